@@ -1,0 +1,13 @@
+# Library sources, listed explicitly so that a new file is a reviewed change of the build.
+set(TSD_FOUNDATION_SOURCES
+  foundation/src/tsnameatom.cpp
+  foundation/src/tsreadabletypename.cpp
+  foundation/src/tsexception.cpp
+  foundation/src/tsexceptionreport.cpp
+  foundation/src/tsskeinhash.cpp
+)
+set(TSD_DICTIONARY_SOURCES
+  core/dictionary/src/tsany.cpp
+  core/dictionary/src/tsanytypemanagement.cpp
+  core/dictionary/src/tsanytypeimplementations.cpp
+)

@@ -1,0 +1,51 @@
+#ifndef TESSEL_DICTIONARY_TSANYEXCEPTION_H
+#define TESSEL_DICTIONARY_TSANYEXCEPTION_H
+
+#include <foundation/tsexception.h>
+
+namespace Tessel::Dictionary {
+
+/// Base of the errors of values and dictionaries. Carries no user message of its own.
+class TS_API AnyException : public Base::Exception {
+public:
+    AnyException() = default;
+    AnyException(const AnyException& other) = default;
+    ~AnyException() override;
+};
+
+/// An empty value was used where a value is needed.
+/// "Attempted to access an empty dictionary entry."
+class TS_API AnyNullException : public AnyException {
+public:
+    AnyNullException();
+    AnyNullException(const AnyNullException& other) = default;
+    ~AnyNullException() override;
+};
+
+/// A value was asked for as a host type it cannot be viewed as ("FromType", "ToType").
+class TS_API AnyDereferenceException : public AnyException {
+public:
+    AnyDereferenceException();
+    AnyDereferenceException(const AnyDereferenceException& other) = default;
+    ~AnyDereferenceException() override;
+};
+
+/// A host type has no registered value type ("Type").
+class TS_API AnyUnknownTypeException : public AnyException {
+public:
+    AnyUnknownTypeException();
+    AnyUnknownTypeException(const AnyUnknownTypeException& other) = default;
+    ~AnyUnknownTypeException() override;
+};
+
+/// No conversion is registered between two host types ("FromType", "ToType").
+class TS_API AnyCastException : public AnyException {
+public:
+    AnyCastException();
+    AnyCastException(const AnyCastException& other) = default;
+    ~AnyCastException() override;
+};
+
+} // namespace Tessel::Dictionary
+
+#endif

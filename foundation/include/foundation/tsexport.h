@@ -1,0 +1,14 @@
+#ifndef TESSEL_FOUNDATION_TSEXPORT_H
+#define TESSEL_FOUNDATION_TSEXPORT_H
+
+/// Marks a class, function or object as part of the public ABI of libTsDictionary.
+/// The library is built with hidden default visibility; only what carries this mark is exported.
+/// The same mark serves hosts that include the headers, so type information of exported classes
+/// is shared across the library boundary (exceptions thrown inside are caught by their class).
+#if defined(__GNUC__) || defined(__clang__)
+#define TS_API __attribute__((visibility("default")))
+#else
+#define TS_API
+#endif
+
+#endif

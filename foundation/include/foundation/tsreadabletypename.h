@@ -1,0 +1,37 @@
+#ifndef TESSEL_FOUNDATION_TSREADABLETYPENAME_H
+#define TESSEL_FOUNDATION_TSREADABLETYPENAME_H
+
+#include <foundation/tsexport.h>
+
+#include <string>
+#include <typeinfo>
+
+namespace Tessel::Base {
+
+/// The name of a host type as error messages show it.
+///
+/// The input is demangled first when it is a valid mangled type name (otherwise taken as given);
+/// then every "," becomes ", ", one leading "class " is dropped and every "*" becomes " *".
+/// So readableTypeName("i") is "int" and readableTypeName(typeid(X).name()) equals
+/// readableTypeName(typeid(X)).
+TS_API std::string readableTypeName(const char* rawName);
+/// As above for a name held in a string (a null-free copy of the text is not required).
+TS_API std::string readableTypeName(const std::string& rawName);
+/// The readable name of `type`.
+TS_API std::string readableTypeName(const std::type_info& type);
+
+/// The readable name of the static type `T`.
+template <class T>
+std::string readableTypeName() {
+    return readableTypeName(typeid(T));
+}
+
+/// The readable name of the dynamic (most derived) type of `object`.
+template <class T>
+std::string readableTypeNameOf(const T& object) {
+    return readableTypeName(typeid(object));
+}
+
+} // namespace Tessel::Base
+
+#endif
