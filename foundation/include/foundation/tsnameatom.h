@@ -17,8 +17,8 @@
 #include <vector>
 
 namespace Tessel::Dictionary {
-class Any;
-class AnyType;
+class TS_API Any;
+class TS_API AnyType;
 } // namespace Tessel::Dictionary
 
 namespace Tessel::Base {
