@@ -160,7 +160,7 @@ template <class E, class... Items>
 [[noreturn]] void throwException(const char* file, int line, const char* function,
                                  const Items&... items) {
     E exception;
-    (static_cast<ExceptionDecoration&>(exception) << ... << items);
+    (static_cast<void>(static_cast<ExceptionDecoration&>(exception) << items), ...);
     Impl::addThrowSite(exception, file, line, function, typeid(exception));
     throw boost::enable_current_exception(exception);
 }

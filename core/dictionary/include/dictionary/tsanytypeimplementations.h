@@ -1,0 +1,143 @@
+#ifndef TESSEL_DICTIONARY_TSANYTYPEIMPLEMENTATIONS_H
+#define TESSEL_DICTIONARY_TSANYTYPEIMPLEMENTATIONS_H
+
+#include <dictionary/tsanytype.h>
+#include <foundation/tsexport.h>
+#include <foundation/tsnameatom.h>
+#include <foundation/tsskeinhash.h>
+
+#include <cmath>
+#include <cstring>
+#include <istream>
+#include <limits>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <type_traits>
+#include <typeinfo>
+
+namespace Tessel::Dictionary::Impl {
+
+/// The bytes a value of host type T feeds to a signature: the stored bytes of arithmetic values
+/// and of types without padding, the characters of a string, otherwise the value's text form
+/// written to a stream in its default state.
+template <class T>
+void feedSignature(Base::SkeinHash::Engine& engine, const T& value) {
+    if constexpr (std::is_arithmetic_v<T> || std::has_unique_object_representations_v<T>) {
+        engine.update(&value, sizeof(T));
+    } else {
+        std::ostringstream text;
+        text << value;
+        const std::string bytes = text.str();
+        engine.update(bytes.data(), bytes.size());
+    }
+}
+
+/// A string feeds its size() bytes: no length, no terminator.
+inline void feedSignature(Base::SkeinHash::Engine& engine, const std::string& value) {
+    engine.update(value.data(), value.size());
+}
+
+/// Value handling shared by every type held by value: make, free, copy, compare and sign a T.
+/// Text forms are left to the derived class. A host may derive from it for a type of its own.
+template <class T>
+class CopyTemplateAnyType : public AnyType {
+public:
+    /// Describes typeid(T) under `label`.
+    explicit CopyTemplateAnyType(const TypeAtom& label) : AnyType(typeid(T), label) {}
+
+    /// A new value-initialised T (zero for scalars, empty for strings).
+    void* newValue() const override { return new T(); }
+    /// Destroys and frees a value made by newValue(); null is ignored.
+    void deleteValue(void* value) const override { delete static_cast<T*>(value); }
+    /// Feeds the value (see feedSignature).
+    void signature(Base::SkeinHash::Engine& engine, const Any& any) const override {
+        feedSignature(engine, valueOf(any));
+    }
+    /// `*to = *from` by T's assignment (self-assignment is harmless).
+    void copyValue(const void* from, void* to) const override {
+        if (from != to) {
+            *static_cast<T*>(to) = *static_cast<const T*>(from);
+        }
+    }
+    /// `value(a) == value(b)` by T's equality.
+    bool equal(const Any& a, const Any& b) const override {
+        return static_cast<bool>(valueOf(a) == valueOf(b));
+    }
+
+protected:
+    /// The T held by `any` (which holds this type).
+    static const T& valueOf(const Any& any) noexcept {
+        return *static_cast<const T*>(getValuePointer(any));
+    }
+    /// The T held by `any` (which holds this type).
+    static T& valueOf(Any& any) noexcept { return *static_cast<T*>(getValuePointer(any)); }
+};
+
+/// A value type for any T with stream insertion and extraction and ==: the text form is `os <<
+/// value` and `is >> value` under the stream's own state, nothing added. This is how the
+/// built-in scalar and string types are made, and how a host registers a type of its own.
+template <class T>
+class TemplatedAnyType : public CopyTemplateAnyType<T> {
+public:
+    /// Describes typeid(T) under `label`.
+    explicit TemplatedAnyType(const TypeAtom& label) : CopyTemplateAnyType<T>(label) {}
+
+    /// `os << value`. Failures show only in the stream's state.
+    void write(std::ostream& os, const Any& any) const override { os << this->valueOf(any); }
+    /// `is >> value`, in place. Failures show only in the stream's state.
+    void read(std::istream& is, Any& any) const override { is >> this->valueOf(any); }
+};
+
+/// The value conversion of the numeric cast matrix: static_cast, except that a floating-point
+/// source outside an integer target's range saturates to the target's minimum or maximum and NaN
+/// gives 0, so that no input is undefined behaviour.
+template <class To, class From>
+To convertNumber(From value) noexcept {
+    if constexpr (std::is_floating_point_v<From> && std::is_integral_v<To> &&
+                  !std::is_same_v<To, bool>) {
+        if (std::isnan(value)) {
+            return To(0);
+        }
+        // Both bounds are powers of two (or zero) and so exact in every floating-point type:
+        // [lowest, limit) is exactly the range whose truncation fits in To.
+        constexpr From lowest = static_cast<From>(std::numeric_limits<To>::min());
+        constexpr From limit = static_cast<From>(std::numeric_limits<To>::max() / 2 + 1) * From(2);
+        if (value <= lowest) {
+            return std::numeric_limits<To>::min();
+        }
+        if (value >= limit) {
+            return std::numeric_limits<To>::max();
+        }
+        return static_cast<To>(value);
+    } else {
+        return static_cast<To>(value);
+    }
+}
+
+/// The built-in conversion between two host types: convertNumber for the numeric matrix.
+/// Stateless; one object serves every conversion of its pair.
+template <class From, class To>
+class GenericAnyCast : public AnyCast {
+public:
+    GenericAnyCast() : AnyCast(typeid(From), typeid(To)) {}
+
+    /// `*to = convertNumber<To>(*from)`.
+    void convert(const void* from, void* to) const override {
+        *static_cast<To*>(to) = convertNumber<To>(*static_cast<const From*>(from));
+    }
+};
+
+/// The C-string cast: the target string takes a copy of the text up to its NUL; a null pointer
+/// gives the empty string.
+template <>
+class TS_API GenericAnyCast<char*, std::string> : public AnyCast {
+public:
+    GenericAnyCast();
+    ~GenericAnyCast() override;
+    void convert(const void* from, void* to) const override;
+};
+
+} // namespace Tessel::Dictionary::Impl
+
+#endif
