@@ -78,7 +78,8 @@ NameAtomManager& NameAtom<Tag>::getManager() {
     return *manager;
 }
 
-template class NameAtom<Tessel::Dictionary::Any>;
-template class NameAtom<Tessel::Dictionary::AnyType>;
+// The only definitions of the two managers' accessor: hosts always reach the library's tables.
+template NameAtomManager& NameAtom<Tessel::Dictionary::Any>::getManager();
+template NameAtomManager& NameAtom<Tessel::Dictionary::AnyType>::getManager();
 
 } // namespace Tessel::Base

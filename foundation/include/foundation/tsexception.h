@@ -148,7 +148,7 @@ public:
 
 namespace Impl {
 /// Adds "ThrowFile", "ThrowLine", "ThrowFunction" and "ExceptionClass" (readable name of
-/// `dynamicClass`) to `exception`.
+/// `dynamicClass`) to `exception`, in that order. A null `file` or `function` leaves its item out.
 TS_API void addThrowSite(ExceptionDecoration& exception, const char* file, int line,
                          const char* function, const std::type_info& dynamicClass);
 } // namespace Impl

@@ -96,9 +96,6 @@ private:
     std::uint32_t index = 0;
 };
 
-extern template class NameAtom<Tessel::Dictionary::Any>;
-extern template class NameAtom<Tessel::Dictionary::AnyType>;
-
 } // namespace Tessel::Base
 
 #endif

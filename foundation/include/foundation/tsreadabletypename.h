@@ -13,9 +13,10 @@ namespace Tessel::Base {
 /// The input is demangled first when it is a valid mangled type name (otherwise taken as given);
 /// then every "," becomes ", ", one leading "class " is dropped and every "*" becomes " *".
 /// So readableTypeName("i") is "int" and readableTypeName(typeid(X).name()) equals
-/// readableTypeName(typeid(X)).
+/// readableTypeName(typeid(X)). Symbol names ("_Z...") are not type names and stay as given.
+/// A null pointer gives "".
 TS_API std::string readableTypeName(const char* rawName);
-/// As above for a name held in a string (a null-free copy of the text is not required).
+/// As above for a name held in a string; a text containing a NUL character is never demangled.
 TS_API std::string readableTypeName(const std::string& rawName);
 /// The readable name of `type`.
 TS_API std::string readableTypeName(const std::type_info& type);
