@@ -91,7 +91,8 @@ TEST(NameAtomManager, FindIndexNeverAdds) {
     EXPECT_EQ(keyManager().findIndex("never-interned-text"), 0U);
     EXPECT_EQ(keyManager().findIndex(""), 0U);
     EXPECT_EQ(keyManager().lastIndex(), before);
-    EXPECT_EQ(KeyAtom("never-interned-text").getIndex(), keyManager().findIndex("never-interned-text"));
+    const KeyAtom interned("never-interned-text");
+    EXPECT_EQ(keyManager().findIndex("never-interned-text"), interned.getIndex());
 }
 
 TEST(NameAtomManager, StandaloneManagerStartsWithTheEmptyText) {

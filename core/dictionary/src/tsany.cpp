@@ -149,8 +149,9 @@ void Any::bind(void* storage, const std::type_info& hostType) {
         mOwned = nullptr;
         return;
     }
-    TS_THROW(AnyUnknownTypeException, "Tessel::Dictionary::Any::bind",
-             ExceptionInfo<std::string>("Type", Base::readableTypeName(hostType.name())));
+    const ExceptionInfo<std::string> typeItem("Type", Base::readableTypeName(hostType.name()));
+    // One line, so that every compiler records the same "ThrowLine".
+    TS_THROW(AnyUnknownTypeException, "Tessel::Dictionary::Any::bind", typeItem);
 }
 
 // --- exceptions of the value layer --------------------------------------------------------------

@@ -209,10 +209,10 @@ void AnyType::castToMine(Any& dst, const void* src, const TypeAtom& srcName) con
         cast->convert(src, getValuePointer(dst));
         return;
     }
-    TS_THROW(AnyCastException, "Tessel::Dictionary::AnyType::castToMine",
-             ExceptionInfo<std::string>("FromType", Base::readableTypeName(srcName.getString())),
-             ExceptionInfo<std::string>("ToType",
-                                        Base::readableTypeName(dst.type()->name().getString())));
+    const ExceptionInfo<std::string> from("FromType", Base::readableTypeName(srcName.getString()));
+    const ExceptionInfo<std::string> to("ToType", Base::readableTypeName(dst.type()->name().getString()));
+    // One line, so that every compiler records the same "ThrowLine".
+    TS_THROW(AnyCastException, "Tessel::Dictionary::AnyType::castToMine", from, to);
 }
 
 void AnyType::castFromMine(const Any& src, void* dst, const TypeAtom& dstName) const {
@@ -220,10 +220,9 @@ void AnyType::castFromMine(const Any& src, void* dst, const TypeAtom& dstName) c
         cast->convert(getValuePointer(src), dst);
         return;
     }
-    TS_THROW(AnyCastException, "Tessel::Dictionary::AnyType::castFromMine",
-             ExceptionInfo<std::string>("FromType",
-                                        Base::readableTypeName(src.type()->name().getString())),
-             ExceptionInfo<std::string>("ToType", Base::readableTypeName(dstName.getString())));
+    const ExceptionInfo<std::string> from("FromType", Base::readableTypeName(src.type()->name().getString()));
+    const ExceptionInfo<std::string> to("ToType", Base::readableTypeName(dstName.getString()));
+    TS_THROW(AnyCastException, "Tessel::Dictionary::AnyType::castFromMine", from, to);
 }
 
 // --- AnyCast ------------------------------------------------------------------------------------

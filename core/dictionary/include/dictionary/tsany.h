@@ -132,8 +132,9 @@ void Any::set(const T& value) {
     AnyTypeRegistry::get();
     const AnyType* found = AnyTypeRegistry::typeByName(TypeAtom(typeid(T).name()));
     if (!set(&value, typeid(T), found)) {
-        TS_THROW_IN(Impl::kAnyHeaderPath, AnyUnknownTypeException, "Tessel::Dictionary::Any::set",
-                    Base::ExceptionInfo<std::string>("Type", Base::readableTypeName(typeid(T).name())));
+        const Base::ExceptionInfo<std::string> typeItem("Type", Base::readableTypeName(typeid(T).name()));
+        // One line, so that every compiler records the same "ThrowLine".
+        TS_THROW_IN(Impl::kAnyHeaderPath, AnyUnknownTypeException, "Tessel::Dictionary::Any::set", typeItem);
     }
 }
 
