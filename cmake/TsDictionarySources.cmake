@@ -5,9 +5,11 @@ set(TSD_FOUNDATION_SOURCES
   foundation/src/tsexception.cpp
   foundation/src/tsexceptionreport.cpp
   foundation/src/tsskeinhash.cpp
+  foundation/src/tstimebase.cpp
 )
 set(TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsany.cpp
+  core/dictionary/src/tsdictionary.cpp
   core/dictionary/src/tsanytypemanagement.cpp
   core/dictionary/src/tsanytypeimplementations.cpp
 )

@@ -2,12 +2,16 @@
 
 #include <dictionary/tsany.h>
 #include <dictionary/tsanyexception.h>
+#include <dictionary/tsdictionary.h>
 #include <dictionary/tsanytype.h>
 #include <dictionary/tsanytyperegistry.h>
 #include <dictionary/tstypelabels.h>
 #include <foundation/tsexception.h>
 #include <foundation/tsreadabletypename.h>
+#include <foundation/tsskeinhash.h>
 
+#include <cassert>
+#include <sstream>
 #include <string>
 
 namespace Tessel::Dictionary {
@@ -152,6 +156,118 @@ void Any::bind(void* storage, const std::type_info& hostType) {
     const ExceptionInfo<std::string> typeItem("Type", Base::readableTypeName(hostType.name()));
     // One line, so that every compiler records the same "ThrowLine".
     TS_THROW(AnyUnknownTypeException, "Tessel::Dictionary::Any::bind", typeItem);
+}
+
+// --- typed access and indexing --------------------------------------------------------------------
+
+void Impl::throwDereference(const AnyType& held, const std::type_info& wanted, int line) {
+    const ExceptionInfo<std::string> from("FromType", Base::readableTypeName(held.name().getString()));
+    const ExceptionInfo<std::string> to("ToType", Base::readableTypeName(wanted.name()));
+    Base::throwException<AnyDereferenceException>(kAnyHeaderPath, line, "Tessel::Dictionary::Any::ref", from, to);
+}
+
+Dictionary& Any::dict() {
+    return ref<Dictionary>();
+}
+
+const Dictionary& Any::dict() const {
+    return ref<Dictionary>();
+}
+
+std::vector<Any>& Any::vec() {
+    return ref<std::vector<Any>>();
+}
+
+const std::vector<Any>& Any::vec() const {
+    return ref<std::vector<Any>>();
+}
+
+Any& Any::operator[](const Base::NameAtom<Any>& key) {
+    return dict()[key];
+}
+
+const Any& Any::operator[](const Base::NameAtom<Any>& key) const {
+    return dict()[key];
+}
+
+Any& Any::operator[](const char* name) {
+    const Base::NameAtom<Any> key(name);
+    return dict()[key];
+}
+
+const Any& Any::operator[](const char* name) const {
+    const Base::NameAtom<Any> key(name);
+    return dict()[key];
+}
+
+Any& Any::operator[](int index) {
+    std::vector<Any>& elements = vec();
+    assert(index >= 0 && static_cast<std::size_t>(index) < elements.size());
+    return elements[static_cast<std::ptrdiff_t>(index)];
+}
+
+const Any& Any::operator[](int index) const {
+    const std::vector<Any>& elements = vec();
+    assert(index >= 0 && static_cast<std::size_t>(index) < elements.size());
+    return elements[static_cast<std::ptrdiff_t>(index)];
+}
+
+Any& Any::operator[](unsigned int index) {
+    std::vector<Any>& elements = vec();
+    assert(index < elements.size());
+    return elements[index];
+}
+
+const Any& Any::operator[](unsigned int index) const {
+    const std::vector<Any>& elements = vec();
+    assert(index < elements.size());
+    return elements[index];
+}
+
+// --- comparison, text and signature ---------------------------------------------------------------
+
+bool Any::operator==(const Any& other) const {
+    if (mType != other.mType) {
+        return false;
+    }
+    return mType == nullptr || mType->equal(*this, other);
+}
+
+bool Any::operator!=(const Any& other) const {
+    return !(*this == other);
+}
+
+void Any::write(std::ostream& os) const {
+    if (mType != nullptr) {
+        mType->write(os, *this);
+    }
+}
+
+void Any::read(std::istream& is) {
+    if (mType != nullptr) {
+        mType->read(is, *this);
+    }
+}
+
+void Any::parse(const std::string& text, const AnyType& type) {
+    // Storage of the right type is ready before anything changes: a value already owned as
+    // `type` is reused, anything else (another type, a binding) is dropped for new storage.
+    void* storage = (mType == &type && mOwned != nullptr) ? mOwned : type.newValue();
+    if (storage != mOwned) {
+        clear();
+    }
+    mType = &type;
+    mValue = storage;
+    mOwned = storage;
+    std::istringstream stream(text, std::ios_base::in);
+    type.read(stream, *this);
+}
+
+Base::SkeinHash::Engine& Any::signature(Base::SkeinHash::Engine& engine) const {
+    if (mType != nullptr) {
+        mType->signature(engine, *this);
+    }
+    return engine;
 }
 
 // --- exceptions of the value layer --------------------------------------------------------------

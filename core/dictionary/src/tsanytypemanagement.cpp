@@ -130,7 +130,9 @@ void registerBuiltins() {
     addIntegerType<unsigned int>(gTypeLabelUnsignedInt32);
     addIntegerType<long long>(gTypeLabelInt64);
     addIntegerType<unsigned long long>(gTypeLabelUnsignedInt64);
-    // "dictionary", "vector" and "timebase" join here once those types exist.
+    addBuiltinType<Impl::DictionaryType>(gTypeLabelDictionary);
+    addBuiltinType<Impl::VectorType>(gTypeLabelVector);
+    // "timebase" joins here once that type exists.
 }
 
 AnyTypeRegistry* gRegistry = nullptr;

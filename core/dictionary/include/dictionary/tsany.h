@@ -8,12 +8,20 @@
 #include <foundation/tsexport.h>
 #include <foundation/tsnameatom.h>
 
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <typeinfo>
+#include <vector>
+
+namespace Tessel::Base::SkeinHash {
+class Engine;
+} // namespace Tessel::Base::SkeinHash
 
 namespace Tessel::Dictionary {
+
+class Dictionary;
 
 /// A caller's variable handed to an Any to be bound: its address and its host type.
 /// The variable is neither owned nor copied; it must outlive every Any bound to it.
@@ -106,6 +114,59 @@ public:
         return result;
     }
 
+    /// The held value as a T, for reading and writing in place (the bound variable itself when
+    /// bound). T must be the held host type or one of its aliases. Throws AnyNullException when
+    /// empty and AnyDereferenceException when the value cannot be viewed as a T.
+    template <class T>
+    T& ref();
+    /// As ref(), but only the exact host type is accepted, not an alias.
+    template <class T>
+    const T& ref() const;
+
+    /// The held dictionary (see ref()).
+    Dictionary& dict();
+    /// The held dictionary (see ref() const).
+    const Dictionary& dict() const;
+    /// The held vector of values (see ref()).
+    std::vector<Any>& vec();
+    /// The held vector of values (see ref() const).
+    const std::vector<Any>& vec() const;
+
+    /// The entry `key` of the held dictionary, inserted empty when missing.
+    Any& operator[](const Base::NameAtom<Any>& key);
+    /// The entry `key` of the held dictionary, or the shared empty entry; inserts nothing.
+    const Any& operator[](const Base::NameAtom<Any>& key) const;
+    /// As operator[](NameAtom<Any>(name)); the text is interned on every call.
+    Any& operator[](const char* name);
+    /// As operator[](NameAtom<Any>(name)) const; the text is interned on every call.
+    const Any& operator[](const char* name) const;
+    /// Element `index` of the held vector. The caller keeps the index within the vector.
+    Any& operator[](int index);
+    /// Element `index` of the held vector. The caller keeps the index within the vector.
+    const Any& operator[](int index) const;
+    /// Element `index` of the held vector. The caller keeps the index within the vector.
+    Any& operator[](unsigned int index);
+    /// Element `index` of the held vector. The caller keeps the index within the vector.
+    const Any& operator[](unsigned int index) const;
+
+    /// True when both hold the same type object and its equal() holds; two empty values are
+    /// equal. Values of different types are never equal; nothing is converted.
+    bool operator==(const Any& other) const;
+    /// The negation of ==.
+    bool operator!=(const Any& other) const;
+
+    /// Writes the value's text form, with nothing around it; an empty value writes nothing.
+    void write(std::ostream& os) const;
+    /// Reads the value in place as its existing type (into a bound variable too); an empty value
+    /// reads nothing. Failures show only in the stream's state.
+    void read(std::istream& is);
+    /// Makes this value an owned value of `type` read from `text` (a bound variable is detached
+    /// and keeps its value). Text that fails to parse is not reported.
+    void parse(const std::string& text, const AnyType& type);
+
+    /// Feeds the value's bytes to `engine` (nothing for an empty value) and returns `engine`.
+    Base::SkeinHash::Engine& signature(Base::SkeinHash::Engine& engine) const;
+
 protected:
     /// Stores an owned copy of the value at `from` as `type`; false (and empty) when `type` is
     /// null. The Any must be empty. `hostType` is informational.
@@ -136,6 +197,33 @@ void Any::set(const T& value) {
         // One line, so that every compiler records the same "ThrowLine".
         TS_THROW_IN(Impl::kAnyHeaderPath, AnyUnknownTypeException, "Tessel::Dictionary::Any::set", typeItem);
     }
+}
+
+namespace Impl {
+/// Throws the AnyDereferenceException of a typed view of `held` as `wanted`.
+[[noreturn]] TS_API void throwDereference(const AnyType& held, const std::type_info& wanted, int line);
+} // namespace Impl
+
+template <class T>
+T& Any::ref() {
+    if (mType == nullptr) {
+        TS_THROW_IN(Impl::kAnyHeaderPath, AnyNullException, "Tessel::Dictionary::Any::ref");
+    }
+    if (!mType->supportsType(typeid(T))) {
+        Impl::throwDereference(*mType, typeid(T), __LINE__);
+    }
+    return *static_cast<T*>(mValue);
+}
+
+template <class T>
+const T& Any::ref() const {
+    if (mType == nullptr) {
+        TS_THROW_IN(Impl::kAnyHeaderPath, AnyNullException, "Tessel::Dictionary::Any::ref");
+    }
+    if (!mType->matchesType(typeid(T))) {
+        Impl::throwDereference(*mType, typeid(T), __LINE__);
+    }
+    return *static_cast<const T*>(mValue);
 }
 
 template <class T>

@@ -1,7 +1,9 @@
 #ifndef TESSEL_DICTIONARY_TSANYTYPEIMPLEMENTATIONS_H
 #define TESSEL_DICTIONARY_TSANYTYPEIMPLEMENTATIONS_H
 
+#include <dictionary/tsany.h>
 #include <dictionary/tsanytype.h>
+#include <dictionary/tsdictionary.h>
 #include <foundation/tsexport.h>
 #include <foundation/tsnameatom.h>
 #include <foundation/tsskeinhash.h>
@@ -15,17 +17,27 @@
 #include <string>
 #include <type_traits>
 #include <typeinfo>
+#include <utility>
+#include <vector>
 
 namespace Tessel::Dictionary::Impl {
 
+/// True when `os << value` compiles for T.
+template <class T, class = void>
+struct IsStreamable : std::false_type {};
+template <class T>
+struct IsStreamable<T, std::void_t<decltype(std::declval<std::ostream&>() << std::declval<const T&>())>>
+    : std::true_type {};
+
 /// The bytes a value of host type T feeds to a signature: the stored bytes of arithmetic values
 /// and of types without padding, the characters of a string, otherwise the value's text form
-/// written to a stream in its default state.
+/// written to a stream in its default state. A type with none of these feeds nothing and must
+/// override AnyType::signature itself.
 template <class T>
 void feedSignature(Base::SkeinHash::Engine& engine, const T& value) {
     if constexpr (std::is_arithmetic_v<T> || std::has_unique_object_representations_v<T>) {
         engine.update(&value, sizeof(T));
-    } else {
+    } else if constexpr (IsStreamable<T>::value) {
         std::ostringstream text;
         text << value;
         const std::string bytes = text.str();
@@ -87,6 +99,34 @@ public:
     void write(std::ostream& os, const Any& any) const override { os << this->valueOf(any); }
     /// `is >> value`, in place. Failures show only in the stream's state.
     void read(std::istream& is, Any& any) const override { is >> this->valueOf(any); }
+};
+
+/// The "dictionary" type: a nested Dictionary, copied deeply, compared entry by entry and signed
+/// with its framed feed. It has no text form.
+class TS_API DictionaryType : public CopyTemplateAnyType<Dictionary> {
+public:
+    explicit DictionaryType(const TypeAtom& label);
+    ~DictionaryType() override;
+    /// Throws NotImplemented from Dictionary::write; nothing is written.
+    void write(std::ostream& os, const Any& any) const override;
+    /// Throws NotImplemented; nothing is read.
+    void read(std::istream& is, Any& any) const override;
+    /// Dictionary::signature of the value.
+    void signature(Base::SkeinHash::Engine& engine, const Any& any) const override;
+};
+
+/// The "vector" type: a std::vector<Any>, assigned element by element, compared by position and
+/// signed as (4-byte little-endian index, element feed) per element. It has no text form.
+class TS_API VectorType : public CopyTemplateAnyType<std::vector<Any>> {
+public:
+    explicit VectorType(const TypeAtom& label);
+    ~VectorType() override;
+    /// Throws NotImplemented; nothing is written.
+    void write(std::ostream& os, const Any& any) const override;
+    /// Throws NotImplemented; nothing is read.
+    void read(std::istream& is, Any& any) const override;
+    /// Per element: its index as 4 bytes little-endian, then the element's own feed.
+    void signature(Base::SkeinHash::Engine& engine, const Any& any) const override;
 };
 
 /// The value conversion of the numeric cast matrix: static_cast, except that a floating-point
