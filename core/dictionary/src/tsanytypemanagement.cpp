@@ -182,20 +182,9 @@ void AnyType::addAlias(const TypeAtom& alias) {
     mAliases.push_back(alias);
 }
 
-bool AnyType::matchesType(const std::type_info& t) const noexcept {
-    return std::strcmp(mHostType->name(), t.name()) == 0;
-}
-
-bool AnyType::isAnAlias(const std::type_info& t) const {
-    if (mAliases.empty()) {
-        return false;
-    }
+bool AnyType::isListedAlias(const std::type_info& t) const {
     const TypeAtom name(t.name());
     return std::find(mAliases.begin(), mAliases.end(), name) != mAliases.end();
-}
-
-bool AnyType::supportsType(const std::type_info& t) const {
-    return matchesType(t) || isAnAlias(t);
 }
 
 void* AnyType::getValuePointer(Any& any) noexcept {

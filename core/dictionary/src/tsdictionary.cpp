@@ -52,10 +52,6 @@ bool Dictionary::erase(Key key) {
     return mEntries.erase(key) != 0;
 }
 
-Any& Dictionary::operator[](const Key& key) {
-    return mEntries[key];
-}
-
 const Any& Dictionary::operator[](const Key& key) const {
     auto found = mEntries.find(key);
     return found == mEntries.end() ? kNullEntry : found->second;

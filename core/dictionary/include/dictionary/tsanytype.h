@@ -5,6 +5,7 @@
 #include <foundation/tsnameatom.h>
 #include <foundation/tsnoncopyable.h>
 
+#include <cstring>
 #include <iosfwd>
 #include <map>
 #include <typeinfo>
@@ -66,11 +67,22 @@ public:
     void addAlias(const TypeAtom& alias);
 
     /// True when `t` names exactly the host type (type_info name texts compared).
-    bool matchesType(const std::type_info& t) const noexcept;
+    bool matchesType(const std::type_info& t) const noexcept {
+        // The same type_info object, or the same name pointer, is the common case and spares
+        // the text comparison; distinct objects with equal texts (other modules) still match.
+        if (mHostType == &t) {
+            return true;
+        }
+        const char* mine = mHostType->name();
+        const char* theirs = t.name();
+        return mine == theirs || std::strcmp(mine, theirs) == 0;
+    }
     /// True when `t` is one of the aliases; false at once, without interning, if there are none.
-    bool isAnAlias(const std::type_info& t) const;
+    bool isAnAlias(const std::type_info& t) const {
+        return !mAliases.empty() && isListedAlias(t);
+    }
     /// matchesType(t), or else isAnAlias(t).
-    bool supportsType(const std::type_info& t) const;
+    bool supportsType(const std::type_info& t) const { return matchesType(t) || isAnAlias(t); }
 
 protected:
     /// The address of the value held by `any`: owned storage, the bound variable, or null.
@@ -87,6 +99,9 @@ protected:
 
 private:
     friend class Any;
+
+    // The alias-list scan behind isAnAlias(), which interns the name of `t`.
+    bool isListedAlias(const std::type_info& t) const;
 
     const AnyCastTable* mCastsFrom = nullptr;
     const AnyCastTable* mCastsTo = nullptr;

@@ -7,6 +7,7 @@
 #include <foundation/tsexport.h>
 #include <foundation/tsnameatom.h>
 #include <foundation/tsskeinhash.h>
+#include <foundation/tstimebase.h>
 
 #include <cmath>
 #include <cstring>
@@ -177,6 +178,86 @@ public:
     ~GenericAnyCast() override;
     void convert(const void* from, void* to) const override;
 };
+
+// --- TimeBase: value type and casts to and from numbers -------------------------------------------
+
+/// The "timebase" type: a Base::TimeBase, written and read as "numerator/denominator", compared
+/// by TimeBase::operator== and signed with its 16 stored bytes.
+class TS_API TimeBaseType : public CopyTemplateAnyType<Base::TimeBase> {
+public:
+    /// Describes typeid(Base::TimeBase) under `label`.
+    explicit TimeBaseType(const TypeAtom& label);
+    ~TimeBaseType() override;
+    /// Inserts the numerator and the denominator as signed 64-bit decimals joined by "/", under
+    /// the stream's formatting state: '30000/1001', '0/0'.
+    void write(std::ostream& os, const Any& any) const override;
+    /// Extracts an unsigned int numerator, one separator character and an unsigned int
+    /// denominator (skipws is set before each of the last two and stays set), then stores both.
+    /// A field whose extraction fails is 0; neither the separator nor the stream is checked:
+    /// '25:1' reads as 25/1, '25' as 25/0.
+    void read(std::istream& is, Any& any) const override;
+    /// Feeds the numerator, then the denominator, each as 8 bytes little-endian.
+    void signature(Base::SkeinHash::Engine& engine, const Any& any) const override;
+};
+
+/// An integer to TimeBase: the source's bits read as unsigned and widened with zeros, over 1.
+/// int -1 gives 4294967295/1.
+template <class T>
+class IntegralToTimeBaseCast : public AnyCast {
+    static_assert(std::is_integral_v<T> && !std::is_same_v<T, bool>, "an integer source is required");
+
+public:
+    IntegralToTimeBaseCast() : AnyCast(typeid(T), typeid(Base::TimeBase)) {}
+
+    /// `to->set(unsigned bits of *from, 1)`.
+    void convert(const void* from, void* to) const override {
+        const auto bits = static_cast<std::make_unsigned_t<T>>(*static_cast<const T*>(from));
+        static_cast<Base::TimeBase*>(to)->set(static_cast<unsigned long long>(bits), 1ULL);
+    }
+};
+
+/// A float or double to TimeBase: the source rounded to float, then TimeBase(float). A double
+/// beyond the float range becomes an infinity, as IEEE 754 defines; setRate handles those and NaN.
+template <class T>
+class FloatToTimeBaseCast : public AnyCast {
+    static_assert(std::is_floating_point_v<T> && std::numeric_limits<T>::is_iec559 &&
+                      std::numeric_limits<float>::is_iec559,
+                  "an IEEE 754 floating-point source is required");
+
+public:
+    FloatToTimeBaseCast() : AnyCast(typeid(T), typeid(Base::TimeBase)) {}
+
+    /// `*to = TimeBase(float(*from))`.
+    void convert(const void* from, void* to) const override {
+        const float rate = static_cast<float>(*static_cast<const T*>(from));
+        *static_cast<Base::TimeBase*>(to) = Base::TimeBase(rate);
+    }
+};
+
+/// TimeBase to a number: a bool is roundedRate() != 0, an integer roundedRate() narrowed to it
+/// (modulo 2^N), a floating-point target rate() (single precision, also in a double).
+template <class To>
+class GenericAnyCast<Base::TimeBase, To> : public AnyCast {
+    static_assert(std::is_arithmetic_v<To>, "a numeric target is required");
+
+public:
+    GenericAnyCast() : AnyCast(typeid(Base::TimeBase), typeid(To)) {}
+
+    /// Assigns the number described above to `*to`.
+    void convert(const void* from, void* to) const override {
+        const auto& timeBase = *static_cast<const Base::TimeBase*>(from);
+        auto& target = *static_cast<To*>(to);
+        if constexpr (std::is_same_v<To, bool>) {
+            target = timeBase.roundedRate() != 0;
+        } else if constexpr (std::is_integral_v<To>) {
+            target = static_cast<To>(timeBase.roundedRate());
+        } else {
+            target = static_cast<To>(timeBase.rate());
+        }
+    }
+};
+
+// --- end of TimeBase ------------------------------------------------------------------------------
 
 } // namespace Tessel::Dictionary::Impl
 

@@ -48,7 +48,7 @@ public:
     bool erase(Key key);
 
     /// The value under `key`; a missing entry is inserted first, holding an empty value.
-    Any& operator[](const Key& key);
+    Any& operator[](const Key& key) { return mEntries[key]; }
     /// The value under `key`, or the shared empty entry kNullEntry. Inserts nothing.
     const Any& operator[](const Key& key) const;
 
