@@ -72,4 +72,55 @@ void GenericAnyCast<char*, std::string>::convert(const void* from, void* to) con
     }
 }
 
+// --- TimeBase ---------------------------------------------------------------------------------------
+
+namespace {
+
+/// One unsigned int field of the text form; 0 when the extraction fails, also for text beyond the
+/// unsigned int range (which the stream would otherwise store as its maximum).
+unsigned int extractTimeBaseField(std::istream& is) {
+    unsigned int value = 0;
+    if (!(is >> value)) {
+        return 0;
+    }
+    return value;
+}
+
+/// Appends `value` as 8 bytes little-endian, whatever the host's byte order.
+unsigned char* appendLittleEndian64(unsigned char* out, unsigned long long value) noexcept {
+    for (int shift = 0; shift < 64; shift += 8) {
+        *out++ = static_cast<unsigned char>(value >> shift);
+    }
+    return out;
+}
+
+} // namespace
+
+TimeBaseType::TimeBaseType(const TypeAtom& label) : CopyTemplateAnyType<Base::TimeBase>(label) {}
+
+TimeBaseType::~TimeBaseType() = default;
+
+void TimeBaseType::write(std::ostream& os, const Any& any) const {
+    const Base::TimeBase& value = valueOf(any);
+    os << static_cast<long long>(value.numerator) << "/" << static_cast<long long>(value.denominator);
+}
+
+void TimeBaseType::read(std::istream& is, Any& any) const {
+    const unsigned int num = extractTimeBaseField(is);
+    char separator = 0;
+    is >> std::skipws >> separator; // any character separates; it is not checked
+    is >> std::skipws;
+    const unsigned int den = extractTimeBaseField(is);
+    valueOf(any).set(static_cast<unsigned long long>(num), static_cast<unsigned long long>(den));
+}
+
+void TimeBaseType::signature(Base::SkeinHash::Engine& engine, const Any& any) const {
+    const Base::TimeBase& value = valueOf(any);
+    unsigned char bytes[16];
+    appendLittleEndian64(appendLittleEndian64(bytes, value.numerator), value.denominator);
+    engine.update(bytes, sizeof bytes);
+}
+
+// --- end of TimeBase --------------------------------------------------------------------------------
+
 } // namespace Tessel::Dictionary::Impl

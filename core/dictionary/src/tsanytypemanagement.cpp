@@ -107,14 +107,19 @@ void addIntegerType(const TypeAtom& label) {
     AnyTypeRegistry::addType(type);
 }
 
-// Runs once, right after the registry instance exists: every cast first, so that each type finds
-// its cast tables when it is constructed.
+// Runs once, right after the registry instance exists: all 206 casts first (the numeric matrix, the
+// time-base casts, the C-string cast), so that each of the sixteen types finds its cast tables when
+// it is constructed.
 void registerBuiltins() {
     using Impl::TemplatedAnyType;
 
     addMatrix<bool, char, unsigned char, signed char, short, unsigned short, int, unsigned int, long,
               unsigned long, long long, unsigned long long, float, double>();
-    // Casts out of and into TimeBase join here once that type exists.
+    addCastsFrom<Base::TimeBase, bool, int, unsigned int, float, double>();
+    AnyTypeRegistry::addCast(new Impl::IntegralToTimeBaseCast<int>());
+    AnyTypeRegistry::addCast(new Impl::IntegralToTimeBaseCast<unsigned int>());
+    AnyTypeRegistry::addCast(new Impl::FloatToTimeBaseCast<float>());
+    AnyTypeRegistry::addCast(new Impl::FloatToTimeBaseCast<double>());
     AnyTypeRegistry::addCast(new Impl::GenericAnyCast<char*, std::string>());
 
     addBuiltinType<TemplatedAnyType<bool>>(gTypeLabelBool);
@@ -132,7 +137,7 @@ void registerBuiltins() {
     addIntegerType<unsigned long long>(gTypeLabelUnsignedInt64);
     addBuiltinType<Impl::DictionaryType>(gTypeLabelDictionary);
     addBuiltinType<Impl::VectorType>(gTypeLabelVector);
-    // "timebase" joins here once that type exists.
+    addBuiltinType<Impl::TimeBaseType>(gTypeLabelTimeBase);
 }
 
 AnyTypeRegistry* gRegistry = nullptr;

@@ -3,7 +3,10 @@
 #include <dictionary/tsanytype.h>
 #include <dictionary/tsanytypeimplementations.h>
 #include <dictionary/tsanytyperegistry.h>
+#include <dictionary/tsdictionary.h>
 #include <dictionary/tstypelabels.h>
+
+#include <foundation/tstimebase.h>
 
 #include <gtest/gtest.h>
 
@@ -82,6 +85,16 @@ TEST(AnyTypeRegistry, ScalarLabelsAndHostTypes) {
     }
 }
 
+TEST(AnyTypeRegistry, ContainerAndTimeBaseTypes) {
+    EXPECT_EQ(AnyTypeRegistry::typeByLabel(gTypeLabelDictionary)->typeInfo(), typeid(Dictionary));
+    EXPECT_EQ(AnyTypeRegistry::typeByLabel(gTypeLabelVector)->typeInfo(), typeid(std::vector<Any>));
+    const AnyType* timeBase = AnyTypeRegistry::typeByLabel(gTypeLabelTimeBase);
+    ASSERT_NE(timeBase, nullptr);
+    EXPECT_EQ(timeBase->typeInfo(), typeid(Tessel::Base::TimeBase));
+    EXPECT_EQ(AnyTypeRegistry::typeByName(nameOf<Tessel::Base::TimeBase>()), timeBase);
+    EXPECT_FALSE(AnyTypeRegistry::addType(new Impl::TimeBaseType(gTypeLabelTimeBase)));
+}
+
 TEST(AnyTypeRegistry, LabelConstants) {
     EXPECT_EQ(gTypeLabelUnsignedInt16.getString(), "uint16");
     EXPECT_EQ(TypeAtom("string"), gTypeLabelString);
@@ -104,7 +117,18 @@ TEST(AnyTypeRegistry, BuiltinCastTableSizes) {
     ASSERT_NE(AnyTypeRegistry::fromCasts(nameOf<long>()), nullptr);
     EXPECT_EQ(AnyTypeRegistry::fromCasts(nameOf<long>())->size(), 14U);
     EXPECT_EQ(AnyTypeRegistry::toCasts(nameOf<unsigned long>())->size(), 14U);
-    EXPECT_GE(AnyTypeRegistry::fromCasts(nameOf<int>())->size(), 14U);
+    // int and unsigned int also convert to and from TimeBase.
+    EXPECT_EQ(AnyTypeRegistry::fromCasts(nameOf<int>())->size(), 15U);
+    EXPECT_EQ(AnyTypeRegistry::toCasts(nameOf<int>())->size(), 15U);
+    EXPECT_EQ(AnyTypeRegistry::fromCasts(nameOf<unsigned int>())->size(), 15U);
+    EXPECT_EQ(AnyTypeRegistry::fromCasts(nameOf<short>())->size(), 14U);
+    EXPECT_EQ(AnyTypeRegistry::toCasts(nameOf<bool>())->size(), 15U);
+    EXPECT_EQ(AnyTypeRegistry::toCasts(nameOf<Tessel::Base::TimeBase>())->size(), 4U);
+    EXPECT_EQ(AnyTypeRegistry::fromCasts(nameOf<Tessel::Base::TimeBase>())->size(), 5U);
+    EXPECT_EQ(AnyTypeRegistry::fromCasts(nameOf<Dictionary>()), nullptr);
+    EXPECT_EQ(AnyTypeRegistry::toCasts(nameOf<Dictionary>()), nullptr);
+    EXPECT_EQ(AnyTypeRegistry::fromCasts(nameOf<std::vector<Any>>()), nullptr);
+    EXPECT_EQ(AnyTypeRegistry::toCasts(nameOf<std::vector<Any>>()), nullptr);
     EXPECT_EQ(AnyTypeRegistry::fromCasts(nameOf<std::string>()), nullptr);
     const AnyCastTable* intoString = AnyTypeRegistry::toCasts(nameOf<std::string>());
     ASSERT_NE(intoString, nullptr);
