@@ -1,92 +1,122 @@
-// A short walk through TsDictionary as a host application would use it.
+// A walk through one realistic request: a host keeps the settings of a clip in a Dictionary.
 
 #include <dictionary/tsany.h>
 #include <dictionary/tsanyexception.h>
 #include <dictionary/tsanytype.h>
+#include <dictionary/tsdictionary.h>
 #include <dictionary/tstypelabels.h>
-#include <foundation/tsexception.h>
 #include <foundation/tsnameatom.h>
 #include <foundation/tsskeinhash.h>
+#include <foundation/tstimebase.h>
 
 #include <iostream>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
 using namespace Tessel::Dictionary;
-using Tessel::Base::NameAtom;
+using Tessel::Base::TimeBase;
+using Name = Tessel::Base::NameAtom<Any>;
 
 void section(const char* title) {
     std::cout << "\n== " << title << " ==\n";
 }
 
-std::string labelOf(const Any& value) {
-    return value.isEmpty() ? "empty" : value.type()->label().getString();
-}
-
-void showNames() {
-    section("Interned names");
-    const NameAtom<Any> width("width");
-    const NameAtom<Any> height("height");
-    const NameAtom<Any> widthAgain(std::string("width"));
-    std::cout << "'" << width << "' is name #" << width.getIndex() << ", '" << height << "' is name #"
-              << height.getIndex() << "\n"
-              << "interning 'width' again gives the same name: " << std::boolalpha
-              << (width == widthAgain) << "\n";
-}
-
-void showValues() {
-    section("Values that keep their type");
-    Any width;
-    width.set(1920);
-    std::cout << "width holds an " << labelOf(width) << ": " << width.as<int>() << "\n";
-
-    Any measured;
-    measured.set(2048.7);
-    width = measured;
-    std::cout << "after assigning the double 2048.7 it is still an " << labelOf(width) << ": "
-              << width.as<int>() << "\n";
-
-    int hostVariable = 0;
-    Any bound{BindValue(hostVariable)};
-    bound = width;
-    std::cout << "a value bound to a host variable writes through: the variable is now "
-              << hostVariable << "\n";
-
-    long long frames = 0;
-    Any boundFrames{BindValue(frames)};
-    boundFrames = measured;
-    std::cout << "a long long variable binds as '" << labelOf(boundFrames) << "' and receives " << frames
-              << "\n";
-}
-
-void showSignature() {
-    section("Content signature (Skein-256)");
-    Tessel::Base::SkeinHash::Engine engine;
-    engine.update("abc", 3);
-    std::cout << "Skein-256 of \"abc\": " << engine.digest() << "\n";
-}
-
-void showError() {
-    section("Errors carry readable reports");
-    Any name("a string value");
-    Any number;
-    number.set(42);
-    try {
-        name = number;
-    } catch (const AnyCastException& error) {
-        std::cout << "assigning an int to a string fails: " << error.userMessage() << "\n\n";
-        error.report(std::cout);
+// "int32 1920", "string 'Intro'", "empty"...
+std::string describe(const Any& value) {
+    if (value.isEmpty()) {
+        return "empty";
     }
+    std::string text = value.type()->label().getString() + " ";
+    const bool isString = value.type()->label() == gTypeLabelString;
+    try {
+        std::ostringstream written;
+        value.write(written);
+        text += isString ? "'" + written.str() + "'" : written.str();
+    } catch (const Tessel::Base::Exception&) {
+        text += "(no text form)";
+    }
+    return text;
+}
+
+template <class T>
+Any valueOf(const T& value) {
+    Any any;
+    any.set(value);
+    return any;
 }
 
 } // namespace
 
 int main() {
-    std::cout << "TsDictionary demo\n";
-    showNames();
-    showValues();
-    showSignature();
-    showError();
+    std::cout << "TsDictionary demo: the settings of one clip\n";
+
+    Dictionary clip;
+    const Name width("width"); // names are interned once and compared as integers afterwards
+
+    section("A value keeps its type");
+    clip[width] = valueOf(1920);
+    std::cout << "width     = " << describe(clip[width]) << "\n";
+    clip[width] = valueOf(2048.7);
+    std::cout << "assigned the double 2048.7, width is still " << describe(clip[width])
+              << " (converted, not replaced)\n";
+
+    section("Nested values");
+    Any& source = clip["source"];
+    source.set(Dictionary());
+    source["file"] = "intro.mov";
+    source["frames"] = valueOf(1440);
+    std::cout << "source.file   = " << describe(source["file"]) << "\n"
+              << "source.frames = " << describe(source["frames"]) << "\n";
+
+    Any& markers = clip["markers"];
+    markers.set(std::vector<Any>());
+    markers.vec().push_back(valueOf(0));
+    markers.vec().push_back(valueOf(240));
+    markers.vec().push_back(valueOf(1200));
+    std::cout << "markers has " << markers.vec().size() << " entries; the second is "
+              << describe(markers[1]) << "\n";
+
+    section("A host variable bound into the dictionary");
+    int playhead = 0;
+    clip["playhead"] = BindValue(playhead);
+    clip["playhead"] = valueOf(96.6f);
+    std::cout << "assigning the float 96.6 to the entry set the host's int variable to " << playhead
+              << "\n";
+
+    section("A frame rate");
+    Any& rate = clip["rate"];
+    rate.set(TimeBase());
+    rate = valueOf(29.97);
+    const TimeBase& timeBase = rate.ref<TimeBase>();
+    std::cout << "29.97 stored as a timebase: fraction " << timeBase.fractionText() << ", rate "
+              << timeBase.rateText() << (timeBase.isDropFrameRate() ? " (drop-frame)" : "") << "\n"
+              << "frame 100 at 24 fps is frame "
+              << TimeBase::convertFramePulldown(100, TimeBase(TimeBase::k24), timeBase)
+              << " at this rate with 2:3 pulldown\n";
+
+    section("Content signature");
+    std::cout << "the dictionary holds " << clip.size() << " entries, in the order their names were "
+              << "first seen:";
+    for (const auto& entry : clip) {
+        std::cout << ' ' << entry.first;
+    }
+    Tessel::Base::SkeinHash::Engine engine;
+    std::cout << "\nSkein-256 signature: " << clip.signature(engine).digest() << "\n";
+    const Dictionary copy(clip);
+    Tessel::Base::SkeinHash::Engine copyEngine;
+    std::cout << "a deep copy compares " << (copy == clip ? "equal" : "unequal")
+              << " and signs the same: " << std::boolalpha
+              << (copy.signature(copyEngine).digest() == engine.digest()) << "\n";
+
+    section("A mistake, caught");
+    try {
+        clip[width].dict();
+    } catch (const AnyDereferenceException& error) {
+        std::cout << "asking width for a dictionary fails: " << error.userMessage() << "\n\n";
+        error.report(std::cout);
+    }
     return 0;
 }
