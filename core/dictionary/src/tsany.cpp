@@ -250,6 +250,8 @@ void Any::read(std::istream& is) {
 }
 
 void Any::parse(const std::string& text, const AnyType& type) {
+    // The stream copies the text first: `text` may live in the value that is freed below.
+    std::istringstream stream(text, std::ios_base::in);
     // Storage of the right type is ready before anything changes: a value already owned as
     // `type` is reused, anything else (another type, a binding) is dropped for new storage.
     void* storage = (mType == &type && mOwned != nullptr) ? mOwned : type.newValue();
@@ -259,7 +261,6 @@ void Any::parse(const std::string& text, const AnyType& type) {
     mType = &type;
     mValue = storage;
     mOwned = storage;
-    std::istringstream stream(text, std::ios_base::in);
     type.read(stream, *this);
 }
 

@@ -9,6 +9,8 @@
 
 #include <cstdint>
 #include <string>
+#include <typeinfo>
+#include <vector>
 
 namespace Tessel::Dictionary::Impl {
 
@@ -29,6 +31,47 @@ void DictionaryType::read(std::istream& /*is*/, Any& /*any*/) const {
 void DictionaryType::signature(Base::SkeinHash::Engine& engine, const Any& any) const {
     valueOf(any).signature(engine);
 }
+
+namespace {
+
+bool holdsVector(const Any& value, const void* vector);
+
+// True when the vector at `vector` is the value of one of `elements`, or nested in one.
+bool nestsVector(const std::vector<Any>& elements, const void* vector) {
+    for (const Any& element : elements) {
+        if (holdsVector(element, vector)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool nestsVector(const Dictionary& dictionary, const void* vector) {
+    for (const auto& entry : dictionary) {
+        if (holdsVector(entry.second, vector)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// True when `value` holds the vector at `vector` (owned or bound), or a container nesting it.
+bool holdsVector(const Any& value, const void* vector) {
+    const AnyType* type = value.type();
+    if (type == nullptr) {
+        return false;
+    }
+    if (type->matchesType(typeid(std::vector<Any>))) {
+        const std::vector<Any>& elements = value.vec();
+        return &elements == vector || nestsVector(elements, vector);
+    }
+    if (type->matchesType(typeid(Dictionary))) {
+        return nestsVector(value.dict(), vector);
+    }
+    return false;
+}
+
+} // namespace
 
 VectorType::VectorType(const TypeAtom& label) : CopyTemplateAnyType<std::vector<Any>>(label) {}
 
@@ -53,6 +96,22 @@ void VectorType::signature(Base::SkeinHash::Engine& engine, const Any& any) cons
                                         static_cast<unsigned char>(position >> 24)};
         engine.update(index, sizeof index);
         elements[i].signature(engine);
+    }
+}
+
+void VectorType::copyValue(const void* from, void* to) const {
+    if (from == to) {
+        return;
+    }
+    const auto& source = *static_cast<const std::vector<Any>*>(from);
+    auto& target = *static_cast<std::vector<Any>*>(to);
+    // Assigning an element in place changes whatever that element holds: a source nested inside
+    // the target would change (or be freed) while it is read, so it is copied first.
+    if (nestsVector(target, from)) {
+        const std::vector<Any> snapshot(source);
+        target = snapshot;
+    } else {
+        target = source;
     }
 }
 

@@ -128,6 +128,9 @@ public:
     void read(std::istream& is, Any& any) const override;
     /// Per element: its index as 4 bytes little-endian, then the element's own feed.
     void signature(Base::SkeinHash::Engine& engine, const Any& any) const override;
+    /// The vector's copy assignment (elements assigned by Any::operator=, surplus dropped, the rest
+    /// appended as copies). A source nested inside the target is copied first.
+    void copyValue(const void* from, void* to) const override;
 };
 
 /// The value conversion of the numeric cast matrix: static_cast, except that a floating-point
