@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <cmath>
 #include <limits>
 #include <string>
@@ -13,27 +15,16 @@
 namespace {
 
 using namespace Tessel::Dictionary;
+using Testing::holding;
+using Testing::item;
 using Tessel::Base::Exception;
 
 const AnyType* labelled(const TypeAtom& label) {
     return AnyTypeRegistry::typeByLabel(label);
 }
 
-template <class T>
-Any holding(const T& value) {
-    Any any;
-    any.set(value);
-    return any;
-}
-
 // A type with no registered value type.
 struct Unregistered {};
-
-// Reads a string item of a caught exception.
-std::string item(const Exception& e, const char* key) {
-    const std::string* value = e.getValue<std::string>(key);
-    return value == nullptr ? std::string("<missing>") : *value;
-}
 
 // --- states ---------------------------------------------------------------------------------------
 

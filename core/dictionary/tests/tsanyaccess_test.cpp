@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <initializer_list>
 #include <sstream>
 #include <stdexcept>
@@ -22,6 +24,8 @@
 namespace {
 
 using namespace Tessel::Dictionary;
+using Testing::holding;
+using Testing::item;
 using Tessel::Base::Exception;
 using Tessel::Base::NameAtom;
 using Tessel::Base::NotImplemented;
@@ -39,13 +43,6 @@ const AnyType& labelled(const TypeAtom& label) {
     return *type;
 }
 
-template <class T>
-Any holding(const T& value) {
-    Any any;
-    any.set(value);
-    return any;
-}
-
 Any holdingDictionary() {
     return holding(Dictionary());
 }
@@ -56,12 +53,6 @@ Any holdingVector(std::initializer_list<int> values) {
         elements.push_back(holding(value));
     }
     return holding(elements);
-}
-
-// Reads a string item of a caught exception.
-std::string item(const Exception& e, const char* key) {
-    const std::string* value = e.getValue<std::string>(key);
-    return value == nullptr ? std::string("<missing>") : *value;
 }
 
 // Exposes the shared empty entry, so that const lookups can be checked to return that object.

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <functional>
@@ -31,13 +33,7 @@ void operator delete(void* p, std::size_t) noexcept {
 namespace {
 
 using namespace Tessel::Dictionary;
-
-template <class T>
-Any holding(const T& value) {
-    Any any;
-    any.set(value);
-    return any;
-}
+using Testing::holding;
 
 long allocationsDuring(const std::function<void()>& operation) {
     const long before = gAllocations.load();

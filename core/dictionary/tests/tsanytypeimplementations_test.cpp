@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <climits>
 #include <cstddef>
 #include <cstdint>
@@ -40,6 +42,12 @@ using Tessel::Dictionary::BindValue;
 using Tessel::Dictionary::TypeAtom;
 namespace Impl = Tessel::Dictionary::Impl;
 
+// Values of the type under test are owned copies.
+template <class T>
+Any owning(const T& value) {
+    return Tessel::Dictionary::Testing::holding(value);
+}
+
 // --- helpers ------------------------------------------------------------------------------------
 
 const AnyType& typeLabelled(const char* label) {
@@ -48,13 +56,6 @@ const AnyType& typeLabelled(const char* label) {
         throw std::logic_error(std::string("no type registered under ") + label);
     }
     return *type;
-}
-
-template <class T>
-Any owning(const T& value) {
-    Any any;
-    any.set(value);
-    return any;
 }
 
 // What the type's write slot produces for `any` on a stream prepared by `prepare`.

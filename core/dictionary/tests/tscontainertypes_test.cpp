@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <initializer_list>
 #include <sstream>
 #include <stdexcept>
@@ -21,6 +23,8 @@
 namespace {
 
 using namespace Tessel::Dictionary;
+using Testing::holding;
+using Testing::item;
 using Tessel::Base::Exception;
 using Tessel::Base::NotImplemented;
 using Tessel::Base::SkeinHash::Digest;
@@ -47,24 +51,12 @@ const AnyType& vectorType() {
     return labelled(gTypeLabelVector);
 }
 
-template <class T>
-Any holding(const T& value) {
-    Any any;
-    any.set(value);
-    return any;
-}
-
 Any holdingInts(std::initializer_list<int> values) {
     Elements elements;
     for (const int value : values) {
         elements.push_back(holding(value));
     }
     return holding(elements);
-}
-
-std::string item(const Exception& e, const char* key) {
-    const std::string* value = e.getValue<std::string>(key);
-    return value == nullptr ? std::string("<missing>") : *value;
 }
 
 Digest digestOf(const Bytes& bytes) {

@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <cstdint>
 #include <initializer_list>
 #include <ios>
@@ -26,6 +28,8 @@
 namespace {
 
 using namespace Tessel::Dictionary;
+using Testing::holding;
+using Testing::item;
 using Tessel::Base::Exception;
 using Tessel::Base::NotImplemented;
 using Tessel::Base::SkeinHash::Digest;
@@ -38,18 +42,6 @@ using Bytes = std::vector<unsigned char>;
 std::string freshText(const std::string& stem) {
     static unsigned counter = 0;
     return "dictionary-test." + stem + "#" + std::to_string(++counter);
-}
-
-template <class T>
-Any holding(const T& value) {
-    Any any;
-    any.set(value);
-    return any;
-}
-
-std::string item(const Exception& e, const char* key) {
-    const std::string* value = e.getValue<std::string>(key);
-    return value == nullptr ? std::string("<missing>") : *value;
 }
 
 // Exposes the shared empty entry that const lookups of missing keys return.
