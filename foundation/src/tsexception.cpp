@@ -97,6 +97,9 @@ std::string ExceptionDecoration::getFilledString(const std::string& key) const {
         return std::string();
     }
     std::ostringstream filled;
+    // A string stream catches a failed growth of its buffer and only sets badbit; rethrowing it
+    // keeps a cut-off text from passing for the whole one (addPrevious would record it).
+    filled.exceptions(std::ios_base::badbit);
     fillTemplate(filled, *text);
     return filled.str();
 }

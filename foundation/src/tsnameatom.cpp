@@ -32,8 +32,11 @@ std::uint32_t NameAtomManager::intern(std::string_view text) {
     if (found != indexByText.end()) {
         return found->second;
     }
-    // Reserve first so that a failed allocation leaves both tables as they were.
-    textByIndex.reserve(textByIndex.size() + 1);
+    // Make room first, so that a failed allocation leaves both tables as they were. The room
+    // grows geometrically: reserving one more each time would copy the whole index per text.
+    if (textByIndex.size() == textByIndex.capacity()) {
+        textByIndex.reserve(textByIndex.capacity() < 8 ? 16 : textByIndex.capacity() * 2);
+    }
     const auto newIndex = static_cast<std::uint32_t>(textByIndex.size());
     auto inserted = indexByText.emplace_hint(found, std::string(text), newIndex);
     textByIndex.push_back(&inserted->first); // cannot throw: capacity reserved above

@@ -11,6 +11,9 @@
 #include <foundation/tsskeinhash.h>
 
 #include <cassert>
+#include <exception>
+#include <ios>
+#include <new>
 #include <sstream>
 #include <string>
 
@@ -252,6 +255,9 @@ void Any::read(std::istream& is) {
 void Any::parse(const std::string& text, const AnyType& type) {
     // The stream copies the text first: `text` may live in the value that is freed below.
     std::istringstream stream(text, std::ios_base::in);
+    // Extraction catches an allocation failure and only sets badbit, which would pass a cut-off
+    // value for the whole text: with badbit in the mask the stream rethrows it.
+    stream.exceptions(std::ios_base::badbit);
     // Storage of the right type is ready before anything changes: a value already owned as
     // `type` is reused, anything else (another type, a binding) is dropped for new storage.
     void* storage = (mType == &type && mOwned != nullptr) ? mOwned : type.newValue();
@@ -261,7 +267,18 @@ void Any::parse(const std::string& text, const AnyType& type) {
     mType = &type;
     mValue = storage;
     mOwned = storage;
-    type.read(stream, *this);
+    try {
+        type.read(stream, *this);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception&) {
+        // Anything else that comes with badbit is what the stream used to keep to itself: the
+        // mask's report of a badbit that the read set for text it could not use (a failure of
+        // either library ABI, hence the base class), or another exception the extraction caught.
+        if (!stream.bad()) {
+            throw;
+        }
+    }
 }
 
 Base::SkeinHash::Engine& Any::signature(Base::SkeinHash::Engine& engine) const {
