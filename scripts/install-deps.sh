@@ -1,12 +1,19 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building and testing TsDictionary needs, skipping those
-# already present. Pass --sanitizers to add Clang 14 and its sanitizer runtimes (the asan preset).
+# already present. Options, any number of them: --sanitizers adds Clang 14 and its sanitizer
+# runtimes (the asan, tsan and fuzz presets), --valgrind adds Valgrind and jq
+# (scripts/run-valgrind.sh), --coverage adds gcovr (scripts/coverage.sh).
 set -euo pipefail
 
 packages=(cmake ninja-build g++ pkg-config libboost-dev libboost-thread-dev libgtest-dev libbenchmark-dev)
-if [[ ${1:-} == --sanitizers ]]; then
-  packages+=(clang-14 libclang-rt-14-dev)
-fi
+for option in "$@"; do
+  case $option in
+    --sanitizers) packages+=(clang-14 libclang-rt-14-dev) ;;
+    --valgrind) packages+=(valgrind jq) ;;
+    --coverage) packages+=(gcovr) ;;
+    *) echo "install-deps.sh: unknown option $option" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for package in "${packages[@]}"; do

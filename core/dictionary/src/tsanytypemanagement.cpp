@@ -254,11 +254,14 @@ bool AnyTypeRegistry::addType(AnyType* type) {
     }
     // Enter the type under its label and name together: if either insertion fails, neither
     // stays and the type, which we own from the call on, is deleted.
-    auto byLabel = registry.typesByLabel.emplace(type->label(), type).first;
+    auto byLabel = registry.typesByLabel.end();
     try {
+        byLabel = registry.typesByLabel.emplace(type->label(), type).first;
         registry.typesByName[type->name()] = type;
     } catch (...) {
-        registry.typesByLabel.erase(byLabel);
+        if (byLabel != registry.typesByLabel.end()) {
+            registry.typesByLabel.erase(byLabel);
+        }
         delete type;
         throw;
     }
