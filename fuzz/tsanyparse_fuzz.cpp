@@ -34,27 +34,6 @@ namespace {
 
 using namespace TsFuzz;
 
-/// The documented read of a host value from a stream.
-template <class T>
-void documentedRead(std::istream& is, T& value) {
-    if constexpr (std::is_same_v<T, TimeBase>) {
-        unsigned int num = 0;
-        if (!(is >> num)) {
-            num = 0;
-        }
-        char separator = 0;
-        is >> std::skipws >> separator;
-        is >> std::skipws;
-        unsigned int den = 0;
-        if (!(is >> den)) {
-            den = 0;
-        }
-        value.set(static_cast<unsigned long long>(num), static_cast<unsigned long long>(den));
-    } else {
-        is >> value;
-    }
-}
-
 /// What parse must give: `start` read from a default input stream over `text`.
 template <class T>
 T expectedParse(const std::string& text, T start) {

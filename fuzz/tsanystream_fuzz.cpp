@@ -96,27 +96,6 @@ struct Format {
     }
 };
 
-/// The documented read of a host value.
-template <class T>
-void documentedRead(std::istream& is, T& value) {
-    if constexpr (std::is_same_v<T, TimeBase>) {
-        unsigned int num = 0;
-        if (!(is >> num)) {
-            num = 0;
-        }
-        char separator = 0;
-        is >> std::skipws >> separator;
-        is >> std::skipws;
-        unsigned int den = 0;
-        if (!(is >> den)) {
-            den = 0;
-        }
-        value.set(static_cast<unsigned long long>(num), static_cast<unsigned long long>(den));
-    } else {
-        is >> value;
-    }
-}
-
 /// The documented write of a host value.
 template <class T>
 void documentedWrite(std::ostream& os, const T& value) {

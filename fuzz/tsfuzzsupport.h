@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <istream>
 #include <limits>
 #include <locale>
 #include <sstream>
@@ -387,6 +388,28 @@ inline std::string textOf(const Any& any) {
     std::ostringstream text;
     any.write(text);
     return text.str();
+}
+
+/// The documented read of a host value from a stream: `is >> value`, except for a time base,
+/// which reads an unsigned numerator, one separator character and an unsigned denominator.
+template <class T>
+void documentedRead(std::istream& is, T& value) {
+    if constexpr (std::is_same_v<T, TimeBase>) {
+        unsigned int num = 0;
+        if (!(is >> num)) {
+            num = 0;
+        }
+        char separator = 0;
+        is >> std::skipws >> separator;
+        is >> std::skipws;
+        unsigned int den = 0;
+        if (!(is >> den)) {
+            den = 0;
+        }
+        value.set(static_cast<unsigned long long>(num), static_cast<unsigned long long>(den));
+    } else {
+        is >> value;
+    }
 }
 
 } // namespace TsFuzz

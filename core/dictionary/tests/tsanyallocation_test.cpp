@@ -4,31 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tscountingallocator.h"
+
 #include "tstestsupport.h"
 
-#include <atomic>
-#include <cstdlib>
 #include <functional>
-#include <new>
 #include <string>
-
-namespace {
-std::atomic<long> gAllocations{0};
-} // namespace
-
-void* operator new(std::size_t size) {
-    ++gAllocations;
-    if (void* p = std::malloc(size == 0 ? 1 : size)) {
-        return p;
-    }
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
 
 namespace {
 
@@ -36,9 +17,9 @@ using namespace Tessel::Dictionary;
 using Testing::holding;
 
 long allocationsDuring(const std::function<void()>& operation) {
-    const long before = gAllocations.load();
+    const long before = Tessel::Testing::allocationCount();
     operation();
-    return gAllocations.load() - before;
+    return Tessel::Testing::allocationCount() - before;
 }
 
 TEST(AnyAllocation, SameTypeAssignmentDoesNotAllocate) {
