@@ -5,7 +5,8 @@
 # (scripts/run-valgrind.sh), --coverage adds gcovr (scripts/coverage.sh).
 set -euo pipefail
 
-packages=(cmake ninja-build g++ pkg-config libboost-dev libboost-thread-dev libgtest-dev libbenchmark-dev)
+packages=(cmake ninja-build g++ pkg-config libboost-dev libboost-thread-dev libboost-program-options-dev
+          libgtest-dev libbenchmark-dev nlohmann-json3-dev pybind11-dev python3-dev python3-pytest doxygen)
 for option in "$@"; do
   case $option in
     --sanitizers) packages+=(clang-14 libclang-rt-14-dev) ;;
