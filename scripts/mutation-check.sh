@@ -9,8 +9,10 @@
 #
 #   --list    print the faults and exit
 #   --jobs J  parallel build and test jobs (default 2)
-#   ID...     only these faults (default: all)
+#   ID...     only these faults; shell patterns work ('atom-*') (default: all)
 #
+# TSD_MUTATION_CTEST_ARGS adds arguments to every ctest call, e.g. -R '^Skein' to ask whether one
+# suite alone catches a fault.
 # Uses its own build tree, build/mutation (Release, GCC), so other builds are left alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -101,7 +103,8 @@ if [[ ! -f $build/build.ninja ]]; then
 fi
 echo "baseline build and tests"
 cmake --build "$build" -j "$jobs" >/dev/null
-ctest --test-dir "$build" -j "$jobs" --timeout 120 >/dev/null || { echo "the unmutated tree fails its tests" >&2; exit 2; }
+read -r -a ctest_extra <<< "${TSD_MUTATION_CTEST_ARGS:-}"
+ctest --test-dir "$build" -j "$jobs" --timeout 120 "${ctest_extra[@]}" >/dev/null || { echo "the unmutated tree fails its tests" >&2; exit 2; }
 
 backup=$(mktemp)
 current_file=
@@ -112,7 +115,14 @@ killed=0 survived=0 invalid=0
 survivors=()
 while IFS='@' read -r id file original replacement what; do
   [[ -z $id ]] && continue
-  if ((${#only[@]})) && [[ ! " ${only[*]} " == *" $id "* ]]; then continue; fi
+  if ((${#only[@]})); then
+    wanted=0
+    for pattern in "${only[@]}"; do
+      # shellcheck disable=SC2053 # the pattern is meant to match as a glob
+      [[ $id == $pattern ]] && wanted=1
+    done
+    ((wanted)) || continue
+  fi
   cp -p "$file" "$backup"
   current_file=$file
   if ! python3 - "$file" "$original" "$replacement" <<'PY'
@@ -133,7 +143,7 @@ PY
     printf '%-20s invalid   (does not compile)\n' "$id"
     continue
   fi
-  if ctest --test-dir "$build" -j "$jobs" --timeout 120 --stop-on-failure >/dev/null 2>&1; then
+  if ctest --test-dir "$build" -j "$jobs" --timeout 120 --stop-on-failure "${ctest_extra[@]}" >/dev/null 2>&1; then
     survived=$((survived + 1)); survivors+=("$id: $what")
     printf '%-20s SURVIVED  %s\n' "$id" "$what"
   else
