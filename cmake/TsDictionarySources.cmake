@@ -6,6 +6,7 @@ set(TSD_FOUNDATION_SOURCES
   foundation/src/tsexceptionreport.cpp
   foundation/src/tsskeinhash.cpp
   foundation/src/tstimebase.cpp
+  foundation/src/tstimecode.cpp
 )
 set(TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsany.cpp

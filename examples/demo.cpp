@@ -8,6 +8,7 @@
 #include <foundation/tsnameatom.h>
 #include <foundation/tsskeinhash.h>
 #include <foundation/tstimebase.h>
+#include <foundation/tstimecode.h>
 
 #include <iostream>
 #include <sstream>
@@ -96,6 +97,8 @@ int main() {
               << "frame 100 at 24 fps is frame "
               << TimeBase::convertFramePulldown(100, TimeBase(TimeBase::k24), timeBase)
               << " at this rate with 2:3 pulldown\n";
+    std::cout << "frame 107892 at " << timeBase.rateText() << " drop-frame is timecode "
+              << Tessel::Base::timecodeText(107892, timeBase, true) << "\n";
 
     section("Content signature");
     std::cout << "the dictionary holds " << clip.size() << " entries, in the order their names were "
