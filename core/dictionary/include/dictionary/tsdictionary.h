@@ -34,6 +34,7 @@ public:
     using Map = std::map<Key, Any>;
     using iterator = Map::iterator;
     using const_iterator = Map::const_iterator;
+    /// One entry: its key and its value.
     using value_type = Map::value_type;
     using size_type = std::size_t;
 
