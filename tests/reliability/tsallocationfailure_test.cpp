@@ -239,6 +239,7 @@ TEST(AllocationFailure, EachOperationKeepsItsPromise) {
         row<Exception>("Exception::addPrevious", chained, [](Exception& e) { e.addPrevious(chained()); }),
         row<Exception>("Exception = Exception", [] { return Exception(); }, [](Exception& e) { e = chained(); }),
         row<Exception>("Exception::userMessage", chained, [](Exception& e) { (void)e.userMessage(); }),
+        row<Exception>("Exception::report() as a string", chained, [](Exception& e) { (void)e.report(); }),
         bounded(row<OwnTable>("interning 200 new texts grows the index geometrically", [] { return OwnTable(); },
                               [](OwnTable& own) {
                                   for (int i = 0; i < 200; ++i) {
