@@ -13,3 +13,7 @@ set(TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsanytypemanagement.cpp
   core/dictionary/src/tsanytypeimplementations.cpp
 )
+# Canonical signature.
+list(APPEND TSD_DICTIONARY_SOURCES
+  core/dictionary/src/tscanonicalsignature.cpp
+)
