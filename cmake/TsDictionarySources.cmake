@@ -13,7 +13,8 @@ set(TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsanytypemanagement.cpp
   core/dictionary/src/tsanytypeimplementations.cpp
 )
-# Canonical signature.
+# Canonical signature and exact assignment.
 list(APPEND TSD_DICTIONARY_SOURCES
   core/dictionary/src/tscanonicalsignature.cpp
+  core/dictionary/src/tsanyexact.cpp
 )

@@ -167,6 +167,26 @@ public:
     /// Feeds the value's bytes to `engine` (nothing for an empty value) and returns `engine`.
     Base::SkeinHash::Engine& signature(Base::SkeinHash::Engine& engine) const;
 
+    // --- exact assignment: the assignment above, refusing to lose information ------------------
+    /// As operator=(const Any&), except that a conversion whose stored result would not equal
+    /// `other`'s value (out of range, a fraction dropped, NaN or infinity into an integer, a
+    /// rounding, anything but 0 or 1 into bool) throws AnyInexactConversionException ("FromType",
+    /// "ToType", "Value") and leaves this value unchanged. A NaN counts as equal to a NaN.
+    /// Same-type assignment of a scalar, string, time base or dictionary always succeeds; a vector
+    /// is assigned element by element, so every element is checked before any is written (an
+    /// allocation failure while writing can still leave earlier elements assigned). Throws
+    /// AnyNullException and AnyCastException where operator= does, also for a vector's elements.
+    Any& assignExact(const Any& other);
+    /// assignExact() of `value` as the type registered for T, which is only viewed, not copied,
+    /// unless this value is empty. Throws AnyUnknownTypeException when T has no registered type.
+    template <class T>
+    Any& assignExact(const T& value) {
+        const BindValue view(const_cast<void*>(static_cast<const void*>(std::addressof(value))), typeid(T));
+        const Any source(view);
+        return assignExact(source);
+    }
+    // --- end of exact assignment ---------------------------------------------------------------
+
 protected:
     /// Stores an owned copy of the value at `from` as `type`; false (and empty) when `type` is
     /// null. The Any must be empty. `hostType` is informational.
