@@ -13,3 +13,9 @@ set(TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsanytypemanagement.cpp
   core/dictionary/src/tsanytypeimplementations.cpp
 )
+# The JSON bridge (reads through nlohmann's SAX parser, linked privately).
+list(APPEND TSD_DICTIONARY_SOURCES
+  core/dictionary/src/tsjsonsupport.cpp
+  core/dictionary/src/tsjsonwrite.cpp
+  core/dictionary/src/tsjsonread.cpp
+)
