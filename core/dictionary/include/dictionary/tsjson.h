@@ -60,6 +60,7 @@ public:
     JsonException();
     /// Copies all items.
     JsonException(const JsonException& other) = default;
+    /// Frees the items.
     ~JsonException() override;
 };
 
