@@ -1,9 +1,7 @@
-// Fuzz target: arbitrary bytes as a JSON document.
-//
-// Invariants: fromJson either throws JsonException carrying "Line" and "Column" (from 1),
-// "KeyPath" and a non-empty "Reason", or returns a value; a value it returns writes as typed JSON
-// without error (compact and indented), reads back exactly equal, and writes back to the very same
-// text; the plain form writes it or refuses it with JsonException.
+// Fuzz target: arbitrary bytes as a JSON document. Invariants: fromJson throws JsonException with
+// "Line", "Column" (from 1), "KeyPath" and a "Reason", or returns a value that writes as typed JSON
+// (compact and indented), reads back exactly equal and writes back to the very same text; the
+// plain form writes it or refuses it with JsonException.
 
 #include "tsfuzzsupport.h"
 

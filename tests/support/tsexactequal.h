@@ -19,49 +19,35 @@ bool sameFloating(T a, T b) {
 }
 
 /// Same label and same content: NaN equals NaN, -0.0 differs from 0.0, a time base compares its
-/// numerator and denominator, dictionaries compare key by key in order, empty values are equal.
+/// numerator and denominator, containers compare element by element and key by key in order.
 inline bool exactlyEqual(const Dictionary::Any& a, const Dictionary::Any& b) {
-    using Dictionary::Any;
-    if (a.isEmpty() || b.isEmpty()) {
+    if (a.isEmpty() || b.isEmpty() || a.type() != b.type()) {
         return a.isEmpty() && b.isEmpty();
     }
-    if (a.type() != b.type()) {
-        return false;
-    }
     const Dictionary::AnyType& type = *a.type();
-    if (type.matchesType(typeid(float))) {
-        return sameFloating(a.ref<float>(), b.ref<float>());
-    }
-    if (type.matchesType(typeid(double))) {
-        return sameFloating(a.ref<double>(), b.ref<double>());
+    if (type.matchesType(typeid(float)) || type.matchesType(typeid(double))) {
+        return type.matchesType(typeid(float)) ? sameFloating(a.ref<float>(), b.ref<float>())
+                                               : sameFloating(a.ref<double>(), b.ref<double>());
     }
     if (type.matchesType(typeid(Base::TimeBase))) {
-        const Base::TimeBase& x = a.ref<Base::TimeBase>();
-        const Base::TimeBase& y = b.ref<Base::TimeBase>();
+        const Base::TimeBase &x = a.ref<Base::TimeBase>(), &y = b.ref<Base::TimeBase>();
         return x.numerator == y.numerator && x.denominator == y.denominator;
     }
-    if (type.matchesType(typeid(std::vector<Any>))) {
-        const std::vector<Any>& x = a.vec();
-        const std::vector<Any>& y = b.vec();
-        for (std::size_t i = 0; i < x.size() && x.size() == y.size(); ++i) {
-            if (!exactlyEqual(x[i], y[i])) {
-                return false;
-            }
+    if (type.matchesType(typeid(std::vector<Dictionary::Any>))) {
+        const auto &x = a.vec(), &y = b.vec();
+        bool same = x.size() == y.size();
+        for (std::size_t i = 0; same && i < x.size(); ++i) {
+            same = exactlyEqual(x[i], y[i]);
         }
-        return x.size() == y.size();
+        return same;
     }
     if (type.matchesType(typeid(Dictionary::Dictionary))) {
-        const Dictionary::Dictionary& x = a.dict();
-        const Dictionary::Dictionary& y = b.dict();
-        if (x.size() != y.size()) {
-            return false;
+        const auto &x = a.dict(), &y = b.dict();
+        bool same = x.size() == y.size();
+        for (auto i = x.begin(), j = y.begin(); same && i != x.end(); ++i, ++j) {
+            same = i->first == j->first && exactlyEqual(i->second, j->second);
         }
-        for (auto i = x.begin(), j = y.begin(); i != x.end(); ++i, ++j) {
-            if (i->first != j->first || !exactlyEqual(i->second, j->second)) {
-                return false;
-            }
-        }
-        return true;
+        return same;
     }
     return a == b; // the other built-in types, and host types, compare exactly by their own ==
 }

@@ -116,12 +116,15 @@ bool integerFits(const Any& slot, Label held, T& result) {
         const long long value = slot.ref<long long>();
         const bool fits = value < 0 ? std::is_signed_v<T> && value >= static_cast<long long>(std::numeric_limits<T>::min())
                                     : static_cast<unsigned long long>(value) <= static_cast<unsigned long long>(std::numeric_limits<T>::max());
-        result = static_cast<T>(value);
+        if (fits) {
+            result = static_cast<T>(value);
+        }
         return fits;
     }
-    if (held == kUInt64) {
+    // A plain uint64 is above the int64 range, so only the uint64 label holds it.
+    if (held == kUInt64 && std::is_same_v<T, unsigned long long>) {
         result = static_cast<T>(slot.ref<unsigned long long>());
-        return std::is_same_v<T, unsigned long long>;
+        return true;
     }
     return false;
 }
@@ -496,14 +499,18 @@ Any fromJson(std::string_view text, const JsonOptions& options) {
 }
 
 Any readJson(std::istream& is, const JsonOptions& options) {
+    // Straight from the buffer: reaching the end is what was asked for, so it sets eofbit only
+    // (istream::read would also set failbit, which throws on a stream with exceptions enabled).
     std::string text;
-    char buffer[1 << 16];
-    while (is.read(buffer, sizeof buffer) || is.gcount() > 0) {
-        text.append(buffer, static_cast<std::size_t>(is.gcount()));
+    const std::istream::sentry sentry(is, true);
+    if (sentry) {
+        char buffer[1 << 14];
+        std::streamsize got = 0;
+        while ((got = is.rdbuf()->sgetn(buffer, sizeof buffer)) > 0) {
+            text.append(buffer, static_cast<std::size_t>(got));
+        }
     }
-    if (is.eof() && !is.bad()) {
-        is.clear(std::ios::eofbit); // reaching the end is what was asked for, not a failure
-    }
+    is.setstate(std::ios::eofbit);
     return read(text, options, "Tessel::Dictionary::readJson");
 }
 
