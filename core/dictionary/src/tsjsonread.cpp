@@ -114,7 +114,7 @@ template <class T>
 bool integerFits(const Any& slot, Label held, T& result) {
     if (held == kInt64) {
         const long long value = slot.ref<long long>();
-        const bool fits = value < 0 ? std::is_signed_v<T> && value >= static_cast<long long>(std::numeric_limits<T>::min())
+        const bool fits = value < 0 ? value >= static_cast<long long>(std::numeric_limits<T>::min())
                                     : static_cast<unsigned long long>(value) <= static_cast<unsigned long long>(std::numeric_limits<T>::max());
         if (fits) {
             result = static_cast<T>(value);
