@@ -13,7 +13,6 @@
 
 #include <array>
 #include <charconv>
-#include <functional>
 #include <cstdint>
 #include <istream>
 #include <iterator>
@@ -168,10 +167,11 @@ public:
         const char* begin = mText.data();
         Json::sax_parse(TrackingIterator(begin, &mConsumed), TrackingIterator(begin + mText.size(), &mConsumed),
                         this, nlohmann::json::input_format_t::json, true, false);
-        // The parser takes a NUL byte for the end of the text; here it is data, and never JSON.
-        const std::size_t nul = mText.find('\0');
-        if (nul != std::string_view::npos) {
-            throwReadError(__FILE__, __LINE__, mFunction, kNulReason, "", mText, nul);
+        // The parser takes a NUL byte for the end of the text, so a document that parsed stopped
+        // at the true end or at a NUL (then the last byte it read); here a NUL is data, never JSON.
+        const auto consumed = static_cast<std::size_t>(mConsumed - begin);
+        if (consumed != mText.size() || (consumed != 0 && mText[consumed - 1] == '\0')) {
+            throwReadError(__FILE__, __LINE__, mFunction, kNulReason, "", mText, consumed - 1);
         }
     }
 
@@ -308,7 +308,11 @@ private:
     // Keys repeat, so recent ones are kept by the hash of their text: interning locks the
     // process-wide table and searches it by text.
     Dictionary::Key intern(const std::string& key) {
-        KeyCacheEntry& cached = mKeyCache[std::hash<std::string>()(key) % mKeyCache.size()];
+        std::size_t hash = key.size();
+        for (const char c : key) {
+            hash = hash * 31 + static_cast<unsigned char>(c);
+        }
+        KeyCacheEntry& cached = mKeyCache[hash % mKeyCache.size()];
         if (!cached.used || cached.text != key) {
             cached.atom = Dictionary::Key(key);
             cached.text = key;
