@@ -1,6 +1,8 @@
 // The JSON bridge against nlohmann::json on the same ~10 MB document: reading into an Any versus
 // nlohmann::json::parse building its DOM, and writing an Any versus dump() of the equivalent DOM,
 // for the typed and the plain form. Throughput is reported as MB/s (10^6 bytes of JSON text).
+// A read is timed with the destruction of what it built, on both sides: the allocator defers
+// part of the cost of frees to the next large allocation, which would otherwise land on one side.
 
 #include <dictionary/tsany.h>
 #include <dictionary/tsdictionary.h>
