@@ -95,7 +95,13 @@ struct Swatch {
     int level = 0;
     bool operator==(const Swatch& other) const { return code == other.code && level == other.level; }
     friend std::ostream& operator<<(std::ostream& os, const Swatch& s) { return os << s.code << s.level; }
-    friend std::istream& operator>>(std::istream& is, Swatch& s) { return is >> s.code >> s.level; }
+    friend std::istream& operator>>(std::istream& is, Swatch& s) {
+        if (is >> s.code && s.code == '!') {
+            is.setstate(std::ios_base::badbit); // text this type refuses, reported as an extraction may
+            return is;
+        }
+        return is >> s.level;
+    }
 };
 
 // A cast that stores its tag, so that the test sees which of several casts ran.
@@ -106,13 +112,6 @@ struct TagCast : AnyCast {
     void store(Swatch& target) const { target.level = tag; }
     void store(int& target) const { target = tag; }
     int tag;
-};
-
-int gDestroyed = 0;
-template <class T>
-struct Counted : Impl::TemplatedAnyType<T> {
-    using Impl::TemplatedAnyType<T>::TemplatedAnyType;
-    ~Counted() override { ++gDestroyed; }
 };
 
 TEST(AnyTypeRegistry, HostTypesRegisterLikeBuiltinsWithTheirCastsFirst) {
@@ -127,6 +126,7 @@ TEST(AnyTypeRegistry, HostTypesRegisterLikeBuiltinsWithTheirCastsFirst) {
 
     Any value = holding(Swatch{'R', 3});
     EXPECT_EQ(show(value) + show(Any(value)), "test.swatch:R3test.swatch:R3");
+    EXPECT_EQ(attempt([&] { value.parse("!", *swatch); }), "ok") << "parse does not report text the type refuses";
     value.parse("Q9", *swatch);
     EXPECT_EQ(signatureOf(value), digestOf("Q9")) << "a type with padding feeds its text form";
     AnyTypeRegistry::addCast(new TagCast<int, Swatch>(2)); // replaces the first in both indexes,
@@ -142,13 +142,14 @@ TEST(AnyTypeRegistry, HostTypesRegisterLikeBuiltinsWithTheirCastsFirst) {
     AnyTypeRegistry::addCast(new TagCast<Swatch, int>(4));
     EXPECT_EQ(attempt([&] { value.as<int>(); }), "AnyCastException");
 
-    const int destroyed = gDestroyed;
-    EXPECT_FALSE(AnyTypeRegistry::addType(new Counted<Swatch>(TypeAtom("test.other-label")))) << "a taken name";
-    EXPECT_FALSE(AnyTypeRegistry::addType(new Counted<long>(TypeAtom("test.long")))) << "a taken alias";
-    EXPECT_FALSE(AnyTypeRegistry::addType(new Counted<long double>(gTypeLabelInt32))) << "a taken label";
+    // A rejected type is deleted at once (the asan run's leak check sees it if not).
+    EXPECT_FALSE(AnyTypeRegistry::addType(new Impl::DictionaryType(TypeAtom("test.other")))) << "a taken name";
+    EXPECT_FALSE(AnyTypeRegistry::addType(new Impl::VectorType(TypeAtom("test.other")))) << "a taken name";
+    EXPECT_FALSE(AnyTypeRegistry::addType(new Impl::TimeBaseType(gTypeLabelTimeBase))) << "a taken label";
+    EXPECT_FALSE(AnyTypeRegistry::addType(new Impl::TemplatedAnyType<long>(TypeAtom("test.long")))) << "a taken alias";
+    EXPECT_FALSE(AnyTypeRegistry::addType(new Impl::TemplatedAnyType<long double>(gTypeLabelInt32))) << "a taken label";
     EXPECT_FALSE(AnyTypeRegistry::addType(nullptr) || AnyTypeRegistry::addCast(nullptr));
-    EXPECT_TRUE(gDestroyed - destroyed == 3 && AnyTypeRegistry::typeByLabel(TypeAtom("test.long")) == nullptr)
-        << "every rejected type is deleted";
+    EXPECT_EQ(AnyTypeRegistry::typeByLabel(TypeAtom("test.long")), nullptr);
 }
 
 } // namespace

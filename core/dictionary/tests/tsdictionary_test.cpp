@@ -1,4 +1,5 @@
-// Dictionary: lookups, order, copies and text (equality and the signature frame are in the Any tables).
+// Dictionary: lookups, order and copies (equality, the signature frame and the text errors are in the
+// tables of tsany_test.cpp).
 
 #include <dictionary/tsdictionary.h>
 
@@ -62,16 +63,6 @@ TEST(Dictionary, CopiesAreDeepAndAssignmentReplacesEveryEntry) {
     source = source[nested].dict();
     EXPECT_EQ(show(source[Key("copy.leaf")]) + std::to_string(source.size()), "int32:11")
         << "from its own nested dictionary";
-}
-
-TEST(Dictionary, TextIsNotImplementedAndTouchesNothing) {
-    for (Dictionary d : {Dictionary(), dictOf({{"text.k", holding(1)}})}) {
-        const Dictionary before(d);
-        std::ostringstream os("pre", std::ios_base::ate);
-        std::istringstream is("(k|)");
-        EXPECT_EQ(attempt([&] { d.write(os); }) + attempt([&] { d.read(is); }), "NotImplementedNotImplemented");
-        EXPECT_TRUE(os.str() == "pre" && os.good() && is.good() && is.tellg() == 0 && d == before);
-    }
 }
 
 } // namespace

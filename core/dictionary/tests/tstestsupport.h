@@ -1,14 +1,11 @@
 #ifndef TESSEL_DICTIONARY_TESTS_TSTESTSUPPORT_H
 #define TESSEL_DICTIONARY_TESTS_TSTESTSUPPORT_H
 
-// Helpers of the dictionary-layer tables: values in one expression, a value shown as
+// Helpers of the dictionary-layer tests: values made in one expression, a value shown as
 // "label:text", the class of what an operation threw, and signature digests.
 
-#include <dictionary/tsany.h>
-#include <dictionary/tsanytyperegistry.h>
 #include <dictionary/tsdictionary.h>
 #include <dictionary/tstypelabels.h>
-#include <foundation/tsexception.h>
 #include <foundation/tsskeinhash.h>
 #include <foundation/tstimebase.h>
 
@@ -18,7 +15,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace Tessel::Dictionary::Testing {
@@ -30,16 +26,19 @@ Any holding(const T& value) {
     return any;
 }
 
-inline Any vectorOf(std::initializer_list<Any> elements) {
-    return holding(std::vector<Any>(elements));
+inline Any element(const Any& value) {
+    return value;
 }
 
-inline Any ints(std::initializer_list<int> values) {
-    std::vector<Any> elements;
-    for (const int value : values) {
-        elements.push_back(holding(value));
-    }
-    return holding(elements);
+template <class T>
+Any element(const T& value) {
+    return holding(value);
+}
+
+// A vector of these elements; a value that is not an Any yet becomes an owned copy.
+template <class... T>
+Any vectorOf(const T&... elements) {
+    return holding(std::vector<Any>{element(elements)...});
 }
 
 inline Dictionary dictOf(std::initializer_list<std::pair<const char*, Any>> entries) {
@@ -85,19 +84,6 @@ inline std::string attempt(const std::function<void()>& operation, const Any* af
         outcome = name == nullptr ? "unnamed" : name->substr(name->rfind(':') + 1);
     }
     return after == nullptr ? outcome : outcome + " " + show(*after);
-}
-
-// One row of a behaviour table: what it shows, how to get the result as text, and that text.
-struct Row {
-    const char* reason;
-    std::function<std::string()> run;
-    std::string expected;
-};
-
-inline void check(const std::vector<Row>& rows) {
-    for (const Row& row : rows) {
-        EXPECT_EQ(row.run(), row.expected) << row.reason;
-    }
 }
 
 inline Base::SkeinHash::Digest digestOf(const std::string& bytes) {
