@@ -125,7 +125,7 @@ TEST(ExceptionReport, DescriptionsFallBackForEachMissingSiteItem) {
 TEST(ExceptionChain, RecordsFilledTextsAndNestsTwoBlanksDeeperEach) {
     Exception b = with(StringItem("ExceptionClass", "B"), StringItem("What", "disk"),
                        StringItem("UserMessage", "%%(What)%% full"), StringItem("UserSummary", "s"), StringItem("UserDetail", ""));
-    Exception a = with(StringItem("ExceptionClass", "A"), StringItem("UserTitle", "t"));
+    Exception a = with(StringItem("ExceptionClass", "A"), StringItem("UserTitle", "t"), StringItem("UserDetail", "d"));
     b.addPrevious(with(StringItem("ExceptionClass", "C")));
     a.addPrevious(with(StringItem("ExceptionClass", "Replaced")));
     a.addPrevious(b); // replaces what the first call recorded
@@ -133,7 +133,8 @@ TEST(ExceptionChain, RecordsFilledTextsAndNestsTwoBlanksDeeperEach) {
     ASSERT_EQ(a.previous().size(), 3U);
     const ExceptionDecoration& recordedA = a.previous().front();
     const ExceptionDecoration& recordedB = *std::next(a.previous().begin());
-    EXPECT_EQ(valueOf(recordedA, "FilledUserMessage") + valueOf(recordedA, "FilledUserTitle"), "t") << "always a message";
+    EXPECT_EQ(valueOf(recordedA, "FilledUserMessage") + valueOf(recordedA, "FilledUserTitle") + valueOf(recordedA, "FilledUserDetail"),
+              "td") << "the message is recorded even when empty";
     EXPECT_EQ(valueOf(recordedB, "FilledUserMessage") + valueOf(recordedB, "FilledUserSummary"), "disk fulls");
     EXPECT_EQ(valueOf(recordedB, "FilledUserDetail") + valueOf(b, "FilledUserMessage"), "<none><none>")
         << "an empty text is not recorded; the earlier exception itself is untouched";

@@ -34,6 +34,7 @@ TEST(NameAtom, EqualExactlyWhenTheTextsAreEqual) {
         EXPECT_EQ(row.atom.getIndex() == 0, row.text.empty()) << row.reason;
         for (const Row& other : rows) {
             EXPECT_EQ(row.atom == other.atom, row.text == other.text) << row.reason << " / " << other.reason;
+            EXPECT_NE(row.atom == other.atom, row.atom != other.atom);
         }
     }
     std::ostringstream out;

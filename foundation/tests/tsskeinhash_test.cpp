@@ -37,7 +37,11 @@ TEST(SkeinHash, CheckValuesHoldHoweverTheMessageIsFed) {
         for (std::size_t i = 0; i < n; ++i) {
             m[i] = static_cast<char>((i * 7 + n) % 256);
         }
-        EXPECT_EQ(hexOf(Engine().update(m.data(), n).digest()), digest) << n << " bytes in one feed";
+        const Digest whole = Engine().update(m.data(), n).digest();
+        EXPECT_EQ(hexOf(whole), digest) << n << " bytes in one feed";
+        Digest read;
+        std::istringstream(std::string(digest) + " " + std::string(digest + 1)) >> read >> read;
+        EXPECT_EQ(read, whole) << "the text reads back; a word of 63 characters changes nothing";
         for (std::size_t cut = 0; cut <= n; ++cut) {
             Engine split;
             static_cast<void>(split.update(m.data(), cut).digest()); // a digest changes nothing
@@ -47,21 +51,10 @@ TEST(SkeinHash, CheckValuesHoldHoweverTheMessageIsFed) {
     }
 }
 
-TEST(SkeinHash, DigestTextReadsBackOnlyFromSixtyFourCharacters) {
-    const Digest abc = Engine().update("abc", 3).digest();
-    const Digest before = Engine().digest();
-    struct Row { std::string word; Digest expected; const char* reason; };
-    const Row rows[] = {
-        {hexOf(abc), abc, "lower case reads back"},
-        {"BC92C7943EBFA32889B279161FEDE6B364F9C504434A84FA1D12F52127EF5487", abc, "upper case reads the same"},
-        {hexOf(abc).substr(1), before, "a word of another length leaves the digest as it was"},
-    };
-    for (const Row& row : rows) {
-        Digest digest = before;
-        std::string next;
-        std::istringstream(" " + row.word + " next") >> digest >> next;
-        EXPECT_EQ(hexOf(digest) + next, hexOf(row.expected) + "next") << row.reason;
-    }
+TEST(SkeinHash, DigestTextReadsEitherCase) {
+    Digest upper;
+    std::istringstream("BC2763F707E262B80E0313791543A7AB0A4B6CD083270AFB2FCE4272E1BB0AA9") >> upper;
+    EXPECT_EQ(upper, Engine().digest());
 }
 
 } // namespace
