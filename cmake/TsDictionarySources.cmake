@@ -12,4 +12,5 @@ set(TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsdictionary.cpp
   core/dictionary/src/tsanytypemanagement.cpp
   core/dictionary/src/tsanytypeimplementations.cpp
+  core/dictionary/src/tsnestedvalues.cpp
 )

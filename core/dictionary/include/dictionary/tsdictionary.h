@@ -19,7 +19,8 @@ namespace Tessel::Dictionary {
 ///
 /// Entries iterate in the order in which their key texts were first interned in the process (not
 /// alphabetically, not by insertion). Copies are deep and own every value, also where the source's
-/// entries are bound to host variables. Lookups compare 32-bit atoms only.
+/// entries are bound to host variables. Lookups compare 32-bit atoms only. Dictionaries and vectors
+/// nest to any depth: copies, comparison, signature and destruction keep the C++ stack flat.
 class TS_API Dictionary {
 public:
     using Key = Base::NameAtom<Any>;
@@ -86,6 +87,8 @@ protected:
     static const Any kNullEntry;
 
 private:
+    friend class Impl::NestedValues;
+
     Map mEntries;
 };
 
