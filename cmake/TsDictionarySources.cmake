@@ -13,4 +13,5 @@ set(TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsanytypemanagement.cpp
   core/dictionary/src/tsanytypeimplementations.cpp
   core/dictionary/src/tsnestedvalues.cpp
+  core/dictionary/src/tsnestedassignment.cpp
 )

@@ -41,6 +41,32 @@ inline ContainerKind containerKind(const AnyType* type) noexcept {
     return ContainerKind::None;
 }
 
+/// A container still to be visited: its kind and address.
+struct Container {
+    ContainerKind kind;
+    const void* address;
+};
+
+/// Calls visit(value) for each entry value of a dictionary or element of a vector, in order, until
+/// visit returns false. False when it was stopped.
+template <class Visit>
+bool forEachValue(const Container& container, Visit&& visit) {
+    if (container.kind == ContainerKind::Dictionary) {
+        for (const auto& entry : *static_cast<const Dictionary*>(container.address)) {
+            if (!visit(entry.second)) {
+                return false;
+            }
+        }
+        return true;
+    }
+    for (const Any& element : *static_cast<const std::vector<Any>*>(container.address)) {
+        if (!visit(element)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// The walks. A friend of Any and Dictionary: it builds and dismantles their insides directly.
 class NestedValues {
 public:
