@@ -1,0 +1,60 @@
+// Signatures for Python: Skein-256 of bytes-like data, as hex text.
+
+#include "tspybindings.h"
+
+#include <foundation/tsskeinhash.h>
+
+#include <cstddef>
+#include <sstream>
+#include <string>
+
+namespace Tessel::Python {
+
+namespace {
+
+// Buffers at least this long are hashed with the GIL released; below it releasing costs more
+// than it frees.
+constexpr std::size_t kReleaseGilFrom = 64 * 1024;
+
+// A contiguous buffer borrowed from a bytes-like object for the lifetime of this object, which
+// also keeps a bytearray from being resized meanwhile.
+class BorrowedBuffer {
+public:
+    explicit BorrowedBuffer(py::handle object) {
+        if (PyObject_GetBuffer(object.ptr(), &mView, PyBUF_SIMPLE) != 0) {
+            throw py::error_already_set();
+        }
+    }
+    ~BorrowedBuffer() { PyBuffer_Release(&mView); }
+    BorrowedBuffer(const BorrowedBuffer&) = delete;
+    BorrowedBuffer& operator=(const BorrowedBuffer&) = delete;
+
+    const void* data() const { return mView.buf; }
+    std::size_t size() const { return static_cast<std::size_t>(mView.len); }
+
+private:
+    Py_buffer mView{};
+};
+
+std::string sign(py::handle data) {
+    const BorrowedBuffer buffer(data);
+    Base::SkeinHash::Engine engine;
+    if (buffer.size() >= kReleaseGilFrom) {
+        const py::gil_scoped_release released;
+        engine.update(buffer.data(), buffer.size());
+    } else {
+        engine.update(buffer.data(), buffer.size());
+    }
+    std::ostringstream text;
+    text << engine.digest();
+    return text.str();
+}
+
+} // namespace
+
+void bindSigning(py::module_& module) {
+    module.def("sign", &sign, py::arg("data"),
+               "The Skein-256 digest of bytes-like data as 64 hex digits; the GIL is released for large data.");
+}
+
+} // namespace Tessel::Python
