@@ -11,6 +11,7 @@
 #include <pybind11/pybind11.h>
 
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <variant>
@@ -47,13 +48,16 @@ class DictionaryView {
 public:
     using Key = CppDictionary::Key;
 
+    /// No dictionary: what an object whose __init__ never ran holds. Every use raises TypeError.
+    DictionaryView() = default;
     /// A new root owning `content`.
     explicit DictionaryView(CppDictionary&& content);
     /// The dictionary at `path` below `root`.
     DictionaryView(std::shared_ptr<Root> root, std::vector<Key> path);
 
     /// The value holding the named dictionary. Throws AnyPathException when an entry on the path
-    /// is gone and AnyDereferenceException when it no longer holds a dictionary.
+    /// is gone, AnyDereferenceException when it no longer holds a dictionary, and TypeError for a
+    /// default view.
     Any& resolveValue() const;
     /// The named dictionary, for reading. Throws as resolveValue() does, the "KeyPath" item naming
     /// the path to this dictionary.
@@ -120,6 +124,47 @@ py::str strOf(const std::string& text);
 std::optional<DictionaryView::Key> keyAtom(py::handle key, bool intern);
 /// The registered type whose label is `label`; throws AnyUnknownTypeException when there is none.
 const Tessel::Dictionary::AnyType& typeByLabel(const std::string& label);
+
+// --- objects whose __init__ never ran ---------------------------------------------------------------
+// pybind11 leaves the C++ value of a bare `Class.__new__(Class)` unallocated and later hands
+// methods fresh, unconstructed memory for it. The classes here construct a default value in
+// __new__ instead, and their __init__ overloads assign into it.
+
+/// `Class.__new__` for T: a pybind11 instance holding a default-constructed T.
+template <class T>
+PyObject* newWithDefaultValue(PyTypeObject* type, PyObject* args, PyObject* kwargs) {
+    PyObject* self = py::detail::pybind11_object_new(type, args, kwargs);
+    if (self == nullptr) {
+        return nullptr;
+    }
+    try {
+        reinterpret_cast<py::detail::instance*>(self)->get_value_and_holder().value_ptr() = new T();
+    } catch (const std::bad_alloc&) {
+        Py_DECREF(self);
+        return PyErr_NoMemory();
+    }
+    return self;
+}
+
+/// Makes `cls.__new__` construct a default T (which must free nothing when deleted unconstructed:
+/// an object whose __init__ never ran is freed without its destructor).
+template <class T>
+void constructDefaultInNew(py::class_<T>& cls) {
+    reinterpret_cast<PyTypeObject*>(cls.ptr())->tp_new = &newWithDefaultValue<T>;
+}
+
+/// The body of an __init__ overload (bound with py::detail::is_new_style_constructor()): assigns
+/// `value` to the default value that __new__ made, or, for a Python subclass, whose __new__ is
+/// pybind11's own, makes the value.
+template <class T>
+void initialise(py::detail::value_and_holder& self, T&& value) {
+    using Value = std::decay_t<T>;
+    if (self.value_ptr() == nullptr) {
+        self.value_ptr() = new Value(std::forward<T>(value));
+    } else {
+        *self.value_ptr<Value>() = std::forward<T>(value);
+    }
+}
 
 /// Binding of the exception classes and their translation.
 void bindErrors(py::module_& module);

@@ -198,6 +198,9 @@ DictionaryView::DictionaryView(std::shared_ptr<Root> root, std::vector<Key> path
     : mRoot(std::move(root)), mPath(std::move(path)) {}
 
 Any& DictionaryView::resolveValue() const {
+    if (!mRoot) {
+        throw py::type_error("Dictionary.__init__() was not called");
+    }
     Any* value = &mRoot->value;
     for (std::size_t i = 0; i < mPath.size(); ++i) {
         value = dictionaryAt(*value, mPath, i).find(mPath[i]);
@@ -247,14 +250,14 @@ ReleasedRead::~ReleasedRead() {
 
 namespace {
 
-// The view inside a Dictionary object, or TypeError for one whose __init__ never ran.
+// The view inside a Dictionary object (a default one when its __init__ never ran).
 const DictionaryView& viewOf(PyObject* self) {
     auto* instance = reinterpret_cast<py::detail::instance*>(self);
-    const py::detail::value_and_holder held = instance->get_value_and_holder();
-    if (!held.holder_constructed()) {
-        throw py::type_error("Dictionary.__init__() was not called");
+    const void* value = instance->get_value_and_holder().value_ptr();
+    if (value == nullptr) {
+        throw py::type_error("Dictionary object without a value");
     }
-    return *static_cast<const DictionaryView*>(held.value_ptr());
+    return *static_cast<const DictionaryView*>(value);
 }
 
 // Runs `work`; a C++ exception becomes the Python exception pybind11 would raise, and `failed`
@@ -321,8 +324,11 @@ a float, string from a str, vector from a list, dictionary from a mapping. A nes
 names the entry at its key path in the same tree: changes through it change the parent, and it
 raises PathError once that entry is gone.)doc");
 
-    cls.def(py::init(&construct), py::arg("source") = py::none(),
-            "A new dictionary, empty or holding a copy of the entries of a mapping.");
+    constructDefaultInNew(cls);
+    cls.def("__init__", [](py::detail::value_and_holder& self, py::handle source) {
+        initialise(self, construct(source));
+    }, py::detail::is_new_style_constructor(), py::arg("source") = py::none(),
+       "A new dictionary, empty or holding a copy of the entries of a mapping.");
     cls.def("__getitem__", &getItem);
     cls.def("__setitem__", &setItem);
     cls.def("__delitem__", &deleteItem);

@@ -28,18 +28,26 @@ A frame rate held as an exact fraction numerator/denominator; denominator 0 mark
         .value("k29_97", TimeBase::k29_97)
         .value("k59_94", TimeBase::k59_94);
 
-    cls.def(py::init<>(), "0/0, an invalid rate.");
-    cls.def(py::init<TimeBase::StandardRate>(), py::arg("code"), "The fraction of a standard rate.");
-    cls.def(py::init([](unsigned long long numerator, unsigned long long denominator) {
-                TimeBase rate;
-                rate.set(numerator, denominator);
-                return rate;
-            }),
-            py::arg("numerator"), py::arg("denominator"), "numerator/denominator as given.");
-    cls.def(py::init([](double rate) { return TimeBase(static_cast<float>(rate)); }), py::arg("rate"),
-            "The fraction chosen for a rate: 25.0 gives 25/1, 29.97 gives 30000/1001, 12.5 gives 1250/100.");
-    cls.def(py::init<const std::string&>(), py::arg("text"),
-            "Reads '29.97', '25' or '30000/1001'; text that is no number reads as 0.");
+    constructDefaultInNew(cls);
+    const py::detail::is_new_style_constructor init;
+    cls.def("__init__", [](py::detail::value_and_holder& self) { initialise(self, TimeBase()); }, init,
+            "0/0, an invalid rate.");
+    cls.def("__init__", [](py::detail::value_and_holder& self, TimeBase::StandardRate code) {
+        initialise(self, TimeBase(code));
+    }, init, py::arg("code"), "The fraction of a standard rate.");
+    cls.def("__init__", [](py::detail::value_and_holder& self, unsigned long long numerator,
+                           unsigned long long denominator) {
+        TimeBase rate;
+        rate.set(numerator, denominator);
+        initialise(self, rate);
+    }, init, py::arg("numerator"), py::arg("denominator"), "numerator/denominator as given.");
+    cls.def("__init__", [](py::detail::value_and_holder& self, double rate) {
+        initialise(self, TimeBase(static_cast<float>(rate)));
+    }, init, py::arg("rate"),
+       "The fraction chosen for a rate: 25.0 gives 25/1, 29.97 gives 30000/1001, 12.5 gives 1250/100.");
+    cls.def("__init__", [](py::detail::value_and_holder& self, const std::string& text) {
+        initialise(self, TimeBase(text));
+    }, init, py::arg("text"), "Reads '29.97', '25' or '30000/1001'; text that is no number reads as 0.");
     cls.def_static("from_rate", [](unsigned long long rate, bool ntsc) { return TimeBase(rate, ntsc); },
                    py::arg("rate"), py::arg("ntsc") = false,
                    "rate/1, or rate*1000/1001 when ntsc (30 gives 30000/1001).");
