@@ -98,7 +98,7 @@ Any dictionaryFrom(py::handle mapping, int budget) {
 template <class T>
 const Any& boundScratch(const T& value) {
     static T variable{};
-    static const Any bound{Dictionary::BindValue(variable)};
+    static const Any bound{BindValue(variable)};
     variable = value;
     return bound;
 }
