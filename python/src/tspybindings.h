@@ -104,8 +104,9 @@ PyValue fromPython(py::handle object, int budget);
 /// A value made by the rules for new entries: int64 from an int, double from a float...
 Any toNewAny(PyValue&& value);
 /// Writes `value` into `target` by the library's assignment rule: an empty target takes the
-/// value, a typed one keeps its type and converts. A one-byte str writes a "char" target.
-void assignInto(Any& target, PyValue&& value);
+/// value, a typed one keeps its type and converts. A one-byte str writes a "char" target. When
+/// `exact`, a conversion that would change the value throws AnyInexactConversionException.
+void assignInto(Any& target, PyValue&& value, bool exact = false);
 /// The C++ form of `value`, copied out so that no reference into the tree is kept.
 PyValue readValue(const Any& value);
 /// The C++ form of `value`, taking its containers over without a copy.

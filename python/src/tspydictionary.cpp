@@ -110,14 +110,14 @@ py::object getItem(const DictionaryView& self, py::handle key) {
     return entryObject(self, atom, *value);
 }
 
-void setItem(const DictionaryView& self, py::handle key, py::handle value) {
+void setItem(const DictionaryView& self, py::handle key, py::handle value, bool exact = false) {
     checkKeyType(key);
     PyValue converted = fromPython(value, kMaxNesting - self.level());
     // Resolved only now: converting may have run code of the script that changed the tree.
     CppDictionary& dictionary = self.resolveForChange();
     const std::optional<Key> known = keyAtom(key, false);
     if (Any* entry = known ? dictionary.find(*known) : nullptr) {
-        assignInto(*entry, std::move(converted));
+        assignInto(*entry, std::move(converted), exact);
     } else {
         Any fresh = toNewAny(std::move(converted));
         dictionary[requireKey(key)] = std::move(fresh);
@@ -284,7 +284,7 @@ int setItemSlot(PyObject* self, PyObject* key, PyObject* value) {
         if (value == nullptr) {
             deleteItem(viewOf(self), key);
         } else {
-            setItem(viewOf(self), key, value);
+            setItem(viewOf(self), key, value, false);
         }
         return 0;
     }, -1);
@@ -330,7 +330,9 @@ raises PathError once that entry is gone.)doc");
     }, py::detail::is_new_style_constructor(), py::arg("source") = py::none(),
        "A new dictionary, empty or holding a copy of the entries of a mapping.");
     cls.def("__getitem__", &getItem);
-    cls.def("__setitem__", &setItem);
+    cls.def("__setitem__", [](const DictionaryView& self, py::handle key, py::handle value) {
+        setItem(self, key, value);
+    });
     cls.def("__delitem__", &deleteItem);
     cls.def("__contains__", &contains);
     cls.def("__len__", [](const DictionaryView& self) { return self.resolve().size(); });
@@ -383,6 +385,11 @@ raises PathError once that entry is gone.)doc");
         }
         return strOf(value->type()->label().getString());
     }, py::arg("key"), "The type label of the entry (\"int32\", \"string\", ...), or None when it is empty.");
+    cls.def("assign_exact", [](const DictionaryView& self, py::handle key, py::handle value) {
+        setItem(self, key, value, true);
+    }, py::arg("key"), py::arg("value"),
+       "As d[key] = value, but a conversion that would change the value (2048.7 into an int32, 300 "
+       "into a uint8) raises InexactConversionError and changes nothing.");
     cls.def("set_typed", &setTyped, py::arg("key"), py::arg("value"), py::arg("label"),
             "Stores `value` as a new value of the type `label`, converted as an assignment converts.");
     cls.def("parse", [](const DictionaryView& self, py::handle key, py::handle text, const std::string& label) {

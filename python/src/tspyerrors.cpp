@@ -52,6 +52,8 @@ std::vector<ErrorClass>& errorClasses() {
          &is<AnyCastException>},
         {"PathError", "A key path names no value.", 1, &is<AnyPathException>},
         {"ParseError", "A text is not exactly one value of a type.", 1, &is<AnyParseException>},
+        {"InexactConversionError", "An exact assignment would have changed the value.", 1,
+         &is<AnyInexactConversionException>},
         {"TimecodeError", "A frame count or timecode label was refused.", 0, &is<Base::TimecodeException>},
         {"UnimplementedError", "The operation does not exist for this value (e.g. the text of a dictionary).",
          0, &is<Base::NotImplemented>},

@@ -194,7 +194,7 @@ Any toNewAny(PyValue&& value) {
         std::move(value));
 }
 
-void assignInto(Any& target, PyValue&& value) {
+void assignInto(Any& target, PyValue&& value, bool exact) {
     if (target.isEmpty()) {
         target = toNewAny(std::move(value));
         return;
@@ -204,6 +204,10 @@ void assignInto(Any& target, PyValue&& value) {
     if (const auto* text = std::get_if<std::string>(&value); text != nullptr && text->size() == 1 &&
                                                             holds(target, gTypeLabelChar)) {
         target = (*text)[0];
+        return;
+    }
+    if (exact) {
+        target.assignExact(toNewAny(std::move(value)));
         return;
     }
     std::visit(

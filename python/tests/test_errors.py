@@ -33,6 +33,8 @@ ROWS = [
      "Nothing at key path 'a/3': index 3 is past the end of a vector of 1 values."),
     (lambda: ts.Dictionary().parse("k", "300", "int8"), ts.ParseError, "AnyParseException",
      "Can't read '300' as int8: "),
+    (lambda: typed("int32", 1).assign_exact("k", 0.5), ts.InexactConversionError,
+     "AnyInexactConversionException", "Can't store the value '0.5' of type 'double' as type 'int' without"),
     (lambda: ts.TimeBase(30, 1).timecode_frame("00:00:00;00"), ts.TimecodeError, "TimecodeException",
      "Can't convert '00:00:00;00' at frame rate 30/1 to or from timecode: "),
     (lambda: typed("dictionary", {}).exact_text("k"), ts.UnimplementedError, "NotImplemented",

@@ -66,3 +66,55 @@ def test_dictionaries_being_signed_refuse_changes():
     thread.join()
     assert set(results) <= expected and len(results) == 50
     assert refused, "no write was refused while another thread signed"
+
+
+# Encodings printed by core/dictionary/tests/canonical_model.py, an independent model of the
+# canonical byte encoding; the values are built from plain Python objects.
+FRAME_SIZE = "010e0206686569676874070438040000057769647468070480070000"
+NESTED = ("010e0401610e000261620f00017a0f02000e01016210101900000000000000010000000000000002c3a90dc801"
+          + "78" * 200)
+
+
+def frame_size():
+    d = ts.Dictionary()
+    d.set_typed("width", 1920, "int32")
+    d.set_typed("height", 1080, "int32")
+    return d
+
+
+@pytest.mark.parametrize(
+    "make, encoding",
+    [
+        (frame_size, FRAME_SIZE),
+        (lambda: frame_size().copy(), FRAME_SIZE),
+        (lambda: {"z": [None, {"b": ts.TimeBase(25, 1)}], "\u00e9": "x" * 200, "a": {}, "ab": []}, NESTED),
+        (lambda: ts.Dictionary({"z": [None, {"b": ts.TimeBase(25, 1)}], "\u00e9": "x" * 200, "a": {}, "ab": []}),
+         NESTED),
+        (lambda: ts.Dictionary({"inner": {"z": [None, {"b": ts.TimeBase(25, 1)}], "\u00e9": "x" * 200,
+                                          "a": {}, "ab": []}})["inner"], NESTED),
+        (lambda: None, "0100"),
+    ],
+)
+def test_canonical_signature_matches_the_model(make, encoding):
+    assert ts.canonical_signature(make()) == ts.sign(bytes.fromhex(encoding))
+
+
+@pytest.mark.parametrize(
+    "a, b, same",
+    [
+        (ts.TimeBase(25, 1), ts.TimeBase(50, 2), False),  # equal rates, different content
+        (0.0, -0.0, False),
+        (1, 1.0, False),  # int64 and double
+        ({"a": 1, "b": 2}, {"b": 2, "a": 1}, True),
+    ],
+)
+def test_canonical_signature_tells_content_apart(a, b, same):
+    assert (ts.canonical_signature(a) == ts.canonical_signature(b)) is same
+
+
+def test_canonical_signature_of_a_stale_view_raises():
+    d = ts.Dictionary({"a": {}})
+    view = d["a"]
+    del d["a"]
+    with pytest.raises(ts.PathError):
+        ts.canonical_signature(view)

@@ -128,6 +128,35 @@ def test_set_typed_refusals_leave_the_entry(label, value, error):
     assert d["k"] == 1 and d.label("k") == "int64"
 
 
+@pytest.mark.parametrize(
+    "label, initial, written, stored",
+    [
+        ("int32", 1, 2048.0, 2048),
+        ("uint8", 1, 255, 255),
+        ("float", 0.0, 0.5, 0.5),
+        ("double", 0.0, 2**53, 2.0**53),
+        ("int32", 1, 2048.5, ts.InexactConversionError),
+        ("uint8", 1, 256, ts.InexactConversionError),
+        ("float", 0.0, 0.1, ts.InexactConversionError),
+        ("double", 0.0, 2**53 + 1, ts.InexactConversionError),
+        ("bool", False, 2, ts.InexactConversionError),
+        ("int32", 1, "2", ts.CastError),
+    ],
+)
+def test_assign_exact_refuses_to_change_values(label, initial, written, stored):
+    d = ts.Dictionary()
+    d.set_typed("k", initial, label)
+    if isinstance(stored, type):
+        with pytest.raises(stored):
+            d.assign_exact("k", written)
+        assert d["k"] == initial
+    else:
+        d.assign_exact("k", written)
+        assert d["k"] == stored and d.label("k") == label
+    d.assign_exact("new", written)  # a new entry takes the value as it is
+    assert d["new"] == written
+
+
 def test_text_bytes_reach_the_library_unchanged():
     # The signature feeds a string's raw bytes: "\udcff" must be the single byte 0xFF.
     d = ts.Dictionary({"s": "\udcff"})
