@@ -10,6 +10,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <optional>
@@ -90,6 +91,33 @@ public:
 private:
     std::shared_ptr<Root> mRoot;
     std::optional<py::gil_scoped_release> mRelease;
+};
+
+/// Inputs at least this long are read with the GIL released; below it releasing costs more than
+/// it frees.
+inline constexpr std::size_t kReleaseGilFrom = 64 * 1024;
+
+/// A contiguous buffer borrowed from a bytes-like object for the lifetime of this object, which
+/// also keeps a bytearray from being resized meanwhile.
+class BorrowedBuffer {
+public:
+    /// Borrows the buffer of `object`; BufferError or TypeError when it has no contiguous one.
+    explicit BorrowedBuffer(py::handle object) {
+        if (PyObject_GetBuffer(object.ptr(), &mView, PyBUF_SIMPLE) != 0) {
+            throw py::error_already_set();
+        }
+    }
+    ~BorrowedBuffer() { PyBuffer_Release(&mView); }
+    BorrowedBuffer(const BorrowedBuffer&) = delete;
+    BorrowedBuffer& operator=(const BorrowedBuffer&) = delete;
+
+    /// The first byte.
+    const void* data() const { return mView.buf; }
+    /// The number of bytes.
+    std::size_t size() const { return static_cast<std::size_t>(mView.len); }
+
+private:
+    Py_buffer mView{};
 };
 
 /// A value in C++ form on its way between Python and the library: nothing (None), a scalar,
@@ -175,6 +203,8 @@ void bindTimeBase(py::module_& module);
 void bindDictionary(py::module_& module);
 /// Binding of sign() and the signatures.
 void bindSigning(py::module_& module);
+/// Binding of to_json() and from_json().
+void bindJson(py::module_& module);
 
 } // namespace Tessel::Python
 

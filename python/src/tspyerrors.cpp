@@ -4,6 +4,7 @@
 #include "tspybindings.h"
 
 #include <dictionary/tsanyexception.h>
+#include <dictionary/tsjson.h>
 #include <foundation/tsexception.h>
 #include <foundation/tstimecode.h>
 
@@ -52,6 +53,8 @@ std::vector<ErrorClass>& errorClasses() {
          &is<AnyCastException>},
         {"PathError", "A key path names no value.", 1, &is<AnyPathException>},
         {"ParseError", "A text is not exactly one value of a type.", 1, &is<AnyParseException>},
+        {"JsonError", "A JSON document cannot be read, or a value cannot be written as JSON.", 1,
+         &is<JsonException>},
         {"InexactConversionError", "An exact assignment would have changed the value.", 1,
          &is<AnyInexactConversionException>},
         {"TimecodeError", "A frame count or timecode label was refused.", 0, &is<Base::TimecodeException>},

@@ -8,6 +8,7 @@ PYBIND11_MODULE(_tsdictionary, module) {
     Tessel::Python::bindTimeBase(module);
     Tessel::Python::bindDictionary(module);
     Tessel::Python::bindSigning(module);
+    Tessel::Python::bindJson(module);
     // Shown and pickled as members of the package, not of this compiled module.
     for (const char* name : {"Dictionary", "TimeBase"}) {
         module.attr(name).attr("__module__") = "tsdictionary";

@@ -13,30 +13,6 @@ namespace Tessel::Python {
 
 namespace {
 
-// Buffers at least this long are hashed with the GIL released; below it releasing costs more
-// than it frees.
-constexpr std::size_t kReleaseGilFrom = 64 * 1024;
-
-// A contiguous buffer borrowed from a bytes-like object for the lifetime of this object, which
-// also keeps a bytearray from being resized meanwhile.
-class BorrowedBuffer {
-public:
-    explicit BorrowedBuffer(py::handle object) {
-        if (PyObject_GetBuffer(object.ptr(), &mView, PyBUF_SIMPLE) != 0) {
-            throw py::error_already_set();
-        }
-    }
-    ~BorrowedBuffer() { PyBuffer_Release(&mView); }
-    BorrowedBuffer(const BorrowedBuffer&) = delete;
-    BorrowedBuffer& operator=(const BorrowedBuffer&) = delete;
-
-    const void* data() const { return mView.buf; }
-    std::size_t size() const { return static_cast<std::size_t>(mView.len); }
-
-private:
-    Py_buffer mView{};
-};
-
 std::string hexOf(const Base::SkeinHash::Digest& digest) {
     std::ostringstream text;
     text << digest;

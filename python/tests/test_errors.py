@@ -35,6 +35,7 @@ ROWS = [
      "Can't read '300' as int8: "),
     (lambda: typed("int32", 1).assign_exact("k", 0.5), ts.InexactConversionError,
      "AnyInexactConversionException", "Can't store the value '0.5' of type 'double' as type 'int' without"),
+    (lambda: ts.from_json('{"a": 1,}'), ts.JsonError, "JsonException", "JSON error at line 1, column 9"),
     (lambda: ts.TimeBase(30, 1).timecode_frame("00:00:00;00"), ts.TimecodeError, "TimecodeException",
      "Can't convert '00:00:00;00' at frame rate 30/1 to or from timecode: "),
     (lambda: typed("dictionary", {}).exact_text("k"), ts.UnimplementedError, "NotImplemented",
