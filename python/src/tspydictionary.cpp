@@ -337,12 +337,15 @@ raises PathError once that entry is gone.)doc");
     cls.def("__contains__", &contains);
     cls.def("__len__", [](const DictionaryView& self) { return self.resolve().size(); });
     cls.def("__iter__", [](const DictionaryView& self) {
-        // A snapshot of the keys: the loop may change the dictionary.
-        const CppDictionary& dictionary = self.resolve();
-        py::list keys(dictionary.size());
-        std::size_t i = 0;
-        for (const auto& entry : dictionary) {
-            keys[i++] = strOf(entry.first.getString());
+        // A snapshot of the keys, taken before any Python object is made: the loop, and any
+        // collection of garbage while the list is built, may change the dictionary.
+        std::vector<Key> atoms;
+        for (const auto& entry : self.resolve()) {
+            atoms.push_back(entry.first);
+        }
+        py::list keys(atoms.size());
+        for (std::size_t i = 0; i < atoms.size(); ++i) {
+            keys[i] = strOf(atoms[i].getString());
         }
         return py::iter(keys);
     });

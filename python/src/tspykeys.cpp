@@ -44,7 +44,8 @@ std::optional<DictionaryView::Key> keyAtom(py::handle key, bool intern) {
         }
         return intern ? std::optional<Key>(Key(text)) : Key::find(text);
     }
-    const Py_hash_t hash = PyObject_Hash(key.ptr());
+    // The str's own hash, never a subclass's __hash__: no code of the script runs in a lookup.
+    const Py_hash_t hash = PyUnicode_Type.tp_hash(key.ptr());
     CachedKey& slot = gKeyCache[static_cast<std::size_t>(hash) % gKeyCache.size()];
     if (slot.used && slot.text.size() == static_cast<std::size_t>(size) &&
         std::memcmp(slot.text.data(), utf8, slot.text.size()) == 0) {

@@ -104,7 +104,10 @@ const Any& boundScratch(const T& value) {
 }
 
 bool isMapping(py::handle object) {
-    static const py::object mappingClass = py::module_::import("collections.abc").attr("Mapping");
+    // Kept for the life of the process: a static py::object would be released after the
+    // interpreter is gone.
+    static const py::handle mappingClass =
+        py::object(py::module_::import("collections.abc").attr("Mapping")).release();
     return PyDict_Check(object.ptr()) || py::isinstance(object, mappingClass);
 }
 

@@ -156,6 +156,35 @@ def test_a_view_follows_a_replaced_dictionary_entry():
     assert dict(view) == {"new": 2}
 
 
+def test_script_code_run_during_a_call_cannot_pull_the_tree_away():
+    d = ts.Dictionary({"a": {"x": 1}})
+    view = d["a"]
+
+    class KeyThatClears(str):
+        def __hash__(self):  # a lookup must not run this
+            d.clear()
+            return 0
+
+    class MappingThatRemovesItsTarget(collections.abc.Mapping):
+        def __getitem__(self, key):
+            return 1
+
+        def __iter__(self):
+            return iter(["k"])
+
+        def __len__(self):
+            return 1
+
+        def items(self):
+            del d["a"]  # runs while the value is converted, before the entry is looked up
+            return [("k", 1)]
+
+    assert view[KeyThatClears("x")] == 1 and "a" in d
+    with pytest.raises(ts.PathError):
+        view["new"] = MappingThatRemovesItsTarget()
+    assert "a" not in d
+
+
 def test_popped_dictionaries_are_detached_copies():
     d = ts.Dictionary({"a": {"b": 1}, "c": {"d": 2}})
     popped = d.pop("a")
