@@ -4,7 +4,8 @@
     PYTHONPATH=build/release/python python3 python/bench/bench_python.py [--quick]
 
 Get and set of an int entry against a dict's, and from_json of a document of about 10 MB against
-json.loads (which also builds the dicts and lists).
+json.loads (which also builds the dicts and lists) and against json.loads followed by building a
+Dictionary from its result, the other way a script gets the same Dictionary.
 """
 
 import json
@@ -67,6 +68,8 @@ def main():
         runs = 1 if QUICK else 3
         label = f"from_json of {len(text) / 1e6:.1f} MB vs json.loads"
         compare(label, "ts.from_json(text)", "json.loads(text)", runs, namespace, unit=1e3, unit_name="ms")
+        compare("from_json vs json.loads + Dictionary()", "ts.from_json(text)",
+                "ts.Dictionary(json.loads(text))", runs, namespace, unit=1e3, unit_name="ms")
         typed = ts.to_json(ts.from_json(text))
         namespace.update(typed=typed)
         compare(f"from_json of the typed form ({len(typed) / 1e6:.1f} MB)", "ts.from_json(typed)",
