@@ -13,104 +13,126 @@
 
 namespace Tessel::Dictionary::Impl {
 
-// Each vector assignment in progress is a frame: std::vector's copy assignment with its three
-// cases, where an element that holds a vector of the same type as the source element's is
-// assigned by a frame of its own (as Any::operator= would, through the vector type's copyValue),
-// and every other element by Any::operator=. Elements go in order, depth first, as the nested
-// calls would go.
+namespace {
 
-void NestedValues::assign(std::vector<Any>& target, const std::vector<Any>& source) {
-    using Elements = std::vector<Any>;
+using Elements = std::vector<Any>;
+
+// What `root` owns below it: whether it holds the vector `sought` and whether a value there is bound
+// to a container (the walk stops at either).
+struct OwnedScan {
+    bool holdsSought = false;
+    bool bindsContainer = false;
+};
+
+OwnedScan scanOwned(const Elements& root, const void* sought) {
+    OwnedScan scan;
+    WorkList<Container> pending;
+    Container next{ContainerKind::Vector, &root};
+    const auto visit = [&](const Any& value) {
+        const ContainerKind kind = containerKind(value.type());
+        if (kind == ContainerKind::None) {
+            return true;
+        }
+        const void* address = NestedValues::addressOf(value);
+        scan.holdsSought = address == sought;
+        scan.bindsContainer = NestedValues::isBound(value);
+        pending.push_back({kind, address});
+        return !scan.holdsSought && !scan.bindsContainer;
+    };
+    while (forEachValue(next, visit) && !pending.empty()) {
+        next = pending.back();
+        pending.pop_back();
+    }
+    return scan;
+}
+
+// True when a value below `root`, through owned and bound values, holds the vector `sought`.
+bool reaches(const Elements& root, const void* sought) {
+    WorkList<Container> pending;
+    Container next{ContainerKind::Vector, &root};
+    bool found = false;
+    const auto visit = [&](const Any& value) {
+        const ContainerKind kind = containerKind(value.type());
+        if (kind != ContainerKind::None) {
+            const void* address = NestedValues::addressOf(value);
+            found = address == sought;
+            pending.push_back({kind, address});
+        }
+        return !found;
+    };
+    for (;;) {
+        if (!forEachValue(next, visit)) {
+            return true;
+        }
+        if (pending.empty()) {
+            return false;
+        }
+        next = pending.back();
+        pending.pop_back();
+    }
+}
+
+} // namespace
+
+// Each vector assignment in progress is a frame: std::vector's copy assignment with its three
+// cases, where an element that holds a vector of the same type as the source element's is assigned
+// by a frame of its own (as Any::operator= would, through the vector type's copyValue), and every
+// other element by Any::operator=. Elements go in order, depth first, as the nested calls would go.
+//
+// A source reachable from inside its target is copied first, as at the top. Below the top that can
+// only happen through a binding: a value tree without bound containers is owned throughout, and
+// the check at the top rules it out there. So the levels below are checked only where the trees
+// hold a bound container, which is looked for when the first of them starts.
+
+void NestedValues::assign(Elements& target, const Elements& source) {
     struct Frame {
         Elements* target;
         const Elements* source;
-        std::unique_ptr<Elements> snapshot; // a copy of the source, where the source is the target's
+        std::unique_ptr<Elements> snapshot; // the copy read instead of a source inside the target
         std::size_t next;                   // the element to assign next
         std::size_t assigned;               // elements assigned in place: min(target, source size)
     };
+    enum class Bindings { Unknown, Absent, Present };
 
-    // True when a value below `root` (through owned and bound values) holds the vector `sought`.
-    const auto reaches = [](const Elements& root, const void* sought) {
-        std::vector<Container> pending;
-        Container next{ContainerKind::Vector, &root};
-        bool found = false;
-        const auto visit = [&](const Any& value) {
-            const ContainerKind kind = containerKind(value.mType);
-            if (kind != ContainerKind::None) {
-                found = value.mValue == sought;
-                pending.push_back({kind, value.mValue});
-            }
-            return !found;
-        };
-        for (;;) {
-            if (!forEachValue(next, visit)) {
-                return true;
-            }
-            if (pending.empty()) {
-                return false;
-            }
-            next = pending.back();
-            pending.pop_back();
-        }
+    // No room: a new vector of copies replaces the target's elements (also every copy construction).
+    const auto rebuild = [](Elements& to, const Elements& from) {
+        Elements rebuilt;
+        copy(ContainerKind::Vector, &from, &rebuilt);
+        to.swap(rebuilt);
     };
-    // Walks what `root` owns below it: whether it holds `sought` and whether a value there is bound
-    // to a container (stopping at either).
-    struct OwnedScan {
-        bool holdsSought = false;
-        bool bindsContainer = false;
-    };
-    const auto scanOwned = [](const Elements& root, const void* sought) {
-        OwnedScan scan;
-        std::vector<Container> pending;
-        Container next{ContainerKind::Vector, &root};
-        const auto visit = [&](const Any& value) {
-            const ContainerKind kind = containerKind(value.mType);
-            if (kind == ContainerKind::None) {
-                return true;
-            }
-            scan.bindsContainer = value.mOwned == nullptr;
-            scan.holdsSought = value.mValue == sought;
-            pending.push_back({kind, value.mValue});
-            return !scan.bindsContainer && !scan.holdsSought;
-        };
-        while (forEachValue(next, visit) && !pending.empty()) {
-            next = pending.back();
-            pending.pop_back();
-        }
-        return scan;
-    };
-
-    std::vector<Frame> frames;
-    // Below the top, a source can lie inside its target only through a binding: a value tree
-    // without bound containers is owned throughout, and the top-level check rules it out there.
-    bool checkEveryLevel = false;
-    const auto start = [&](Elements& to, const Elements& from, bool top) {
+    if (&target != &source && source.size() > target.capacity()) {
+        rebuild(target, source);
+        return;
+    }
+    WorkList<Frame> frames;
+    Bindings bindings = Bindings::Unknown;
+    const auto start = [&](Elements& to, const Elements& from) {
         if (&to == &from) {
             return;
         }
         if (from.size() > to.capacity()) {
-            // No room: a new vector of copies replaces the target's elements.
-            Elements rebuilt;
-            copy(ContainerKind::Vector, &from, &rebuilt);
-            to.swap(rebuilt);
+            rebuild(to, from);
             return;
         }
         const std::size_t assigned = std::min(to.size(), from.size());
         bool sourceInside = false;
-        if (assigned > 0 && top) {
+        if (assigned > 0 && frames.empty()) {
             const OwnedScan scan = scanOwned(to, &from);
-            sourceInside = scan.holdsSought;
-            if (!sourceInside && (scan.bindsContainer || scanOwned(from, nullptr).bindsContainer)) {
-                checkEveryLevel = true;
-                sourceInside = reaches(to, &from);
+            sourceInside = scan.holdsSought || (scan.bindsContainer && reaches(to, &from));
+            bindings = scan.bindsContainer && !sourceInside ? Bindings::Present : Bindings::Unknown;
+        } else if (assigned > 0) {
+            if (bindings == Bindings::Unknown) {
+                const Frame& top = frames.front();
+                const bool bound = top.snapshot == nullptr && (scanOwned(*top.target, nullptr).bindsContainer ||
+                                                               scanOwned(*top.source, nullptr).bindsContainer);
+                bindings = bound ? Bindings::Present : Bindings::Absent;
             }
-        } else if (assigned > 0 && checkEveryLevel) {
-            sourceInside = reaches(to, &from);
+            sourceInside = bindings == Bindings::Present && reaches(to, &from);
         }
-        // Assigning in place changes what the target holds: a source inside it would change (or
-        // be freed) while it is read, so it is copied first.
         std::unique_ptr<Elements> snapshot;
         if (sourceInside) {
+            // Assigning in place changes what the target holds: a source inside it would change
+            // (or be freed) while it is read.
             snapshot = std::make_unique<Elements>();
             copy(ContainerKind::Vector, &from, snapshot.get());
         }
@@ -118,7 +140,7 @@ void NestedValues::assign(std::vector<Any>& target, const std::vector<Any>& sour
         frames.push_back({&to, read, std::move(snapshot), 0, assigned});
     };
 
-    start(target, source, true);
+    start(target, source);
     while (!frames.empty()) {
         Frame& frame = frames.back();
         Elements& to = *frame.target;
@@ -129,7 +151,7 @@ void NestedValues::assign(std::vector<Any>& target, const std::vector<Any>& sour
             ++frame.next;
             if (&element != &value && element.mType != nullptr && element.mType == value.mType &&
                 containerKind(element.mType) == ContainerKind::Vector) {
-                start(*static_cast<Elements*>(element.mValue), *static_cast<const Elements*>(value.mValue), false);
+                start(*static_cast<Elements*>(element.mValue), *static_cast<const Elements*>(value.mValue));
             } else {
                 element = value;
             }

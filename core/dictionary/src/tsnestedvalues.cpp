@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -46,6 +47,32 @@ void feedIndex(Base::SkeinHash::Engine& engine, std::size_t index) {
     engine.update(bytes, sizeof bytes);
 }
 
+// Nesting levels that copy, teardown and the signature go through by plain recursion (copy and
+// teardown through each value's own copy or destructor, counted per thread) before they go on with
+// a work list: shallow values keep the direct paths, and the stack that recursion needs stays
+// within a few kilobytes.
+constexpr unsigned kRecursionLimit = 16;
+// Read on every copy and teardown of a non-empty container: the initial-exec model makes it one
+// thread-pointer access instead of a call (four bytes of the static TLS that glibc keeps for
+// libraries loaded later, too).
+__attribute__((tls_model("initial-exec"))) thread_local unsigned tRecursionDepth = 0;
+
+// One level of that recursion, if there is room for it on this thread.
+class RecursionLevel {
+public:
+    RecursionLevel() noexcept : mDepth(tRecursionDepth), mEntered(mDepth < kRecursionLimit) {
+        mDepth += mEntered ? 1 : 0;
+    }
+    ~RecursionLevel() { mDepth -= mEntered ? 1 : 0; }
+    RecursionLevel(const RecursionLevel&) = delete;
+    RecursionLevel& operator=(const RecursionLevel&) = delete;
+    bool entered() const noexcept { return mEntered; }
+
+private:
+    unsigned& mDepth; // this thread's counter, looked up once
+    const bool mEntered;
+};
+
 } // namespace
 
 void NestedValues::noteContainerTypes(const AnyType* dictionary, const AnyType* vector) noexcept {
@@ -55,29 +82,41 @@ void NestedValues::noteContainerTypes(const AnyType* dictionary, const AnyType* 
 }
 
 // --- teardown -------------------------------------------------------------------------------------
-// Containers are freed from the bottom up. The walk steps down into a value that owns a non-empty
-// container and leaves the way back in that value's mValue, which for an owned value only repeats
-// mOwned: the address of the value one level up (null at the top). A container is freed once
-// nothing below it owns a non-empty container, so its own destructor has no depth left to go.
-// Dictionary entries are erased as the walk passes them; vector elements stay, and go in order
-// when their vector is freed.
+// Within the recursion limit the container is simply freed, its values' destructors going one level
+// deeper each. Past it, containers are freed from the bottom up without recursion or allocation:
+// the walk steps down into a value that owns a non-empty container and leaves the way back in that
+// value's mValue, which for an owned value only repeats mOwned: the address of the value one level
+// up (null at the top). A container is freed once nothing below it owns a non-empty container, so
+// its own destructor has no depth left to go. Dictionary entries are erased as the walk passes
+// them; vector elements stay, and go in order when their vector is freed.
+
+bool NestedValues::ownsNestedValues(const Any& value) noexcept {
+    if (value.mOwned == nullptr) {
+        return false; // empty, or bound: not ours to free
+    }
+    switch (containerKind(value.mType)) {
+    case ContainerKind::Dictionary:
+        return !static_cast<const Dictionary*>(value.mOwned)->empty();
+    case ContainerKind::Vector:
+        return !static_cast<const Elements*>(value.mOwned)->empty();
+    case ContainerKind::None:
+        break;
+    }
+    return false;
+}
 
 void NestedValues::destroy(Any& owner) noexcept {
-    const auto ownsNestedValues = [](const Any& value) {
-        if (value.mOwned == nullptr) {
-            return false; // empty, or bound: not ours to free
-        }
-        switch (containerKind(value.mType)) {
-        case ContainerKind::Dictionary:
-            return !static_cast<const Dictionary*>(value.mOwned)->empty();
-        case ContainerKind::Vector:
-            return !static_cast<const Elements*>(value.mOwned)->empty();
-        case ContainerKind::None:
-            break;
-        }
-        return false;
-    };
+    if (const RecursionLevel level; level.entered() || !ownsNestedValues(owner)) {
+        owner.mType->deleteValue(owner.mOwned); // its values' destructors go at most one level deeper
+    } else {
+        freeBottomUp(owner);
+    }
+    owner.mType = nullptr;
+    owner.mValue = nullptr;
+    owner.mOwned = nullptr;
+}
 
+void NestedValues::freeBottomUp(Any& owner) noexcept {
     Any* current = &owner;
     current->mValue = nullptr;
     Any* cameBackFrom = nullptr;
@@ -122,17 +161,26 @@ void NestedValues::destroy(Any& owner) noexcept {
 }
 
 // --- copy -----------------------------------------------------------------------------------------
-// A container whose values hold no container is copied by its own copy assignment. Otherwise its
-// values are copied one by one, and each nested container is made empty in place and put on the
-// list to be filled later.
+// Within the recursion limit a container is copied by its own copy assignment, its values' copies
+// going one level deeper each. Past it, a container whose values hold no container is still copied
+// that way; any other has its values copied one by one, each nested container made empty in place
+// and put on the list to be filled later.
 
 void NestedValues::copy(ContainerKind kind, const void* source, void* target) {
+    if (const RecursionLevel level; level.entered()) {
+        if (kind == ContainerKind::Dictionary) {
+            Dictionary::Map(static_cast<const Dictionary*>(source)->mEntries).swap(static_cast<Dictionary*>(target)->mEntries);
+        } else {
+            *static_cast<Elements*>(target) = *static_cast<const Elements*>(source);
+        }
+        return;
+    }
     struct Pending {
         ContainerKind kind;
         const void* source;
         void* target;
     };
-    std::vector<Pending> pending;
+    WorkList<Pending> pending;
     const auto copyInto = [&pending](const Any& from, Any& slot) {
         const ContainerKind nested = containerKind(from.mType);
         if (nested == ContainerKind::None) {
@@ -189,7 +237,7 @@ bool NestedValues::equal(ContainerKind kind, const void* a, const void* b) {
         const void* a;
         const void* b;
     };
-    std::vector<Pair> pending;
+    WorkList<Pair> pending;
     // Any::operator==, except that a pair of nested containers is put on the list.
     const auto same = [&pending](const Any& x, const Any& y) {
         if (x.mType != y.mType) {
@@ -242,77 +290,97 @@ bool NestedValues::equal(ContainerKind kind, const void* a, const void* b) {
 }
 
 // --- signature ------------------------------------------------------------------------------------
-// Depth first, in the order of the nested calls: the frames above the current one wait where they
-// stepped down, a dictionary with its entry's "|" still to feed.
+// Depth first, in the order of the nested calls. A frame is one container being fed, with its
+// position; a dictionary frame that stepped into an entry's value still owes that entry's "|".
+// Within the recursion limit each nested container is fed by a call of its own, past it by a frame
+// on a work list.
+
+struct NestedValues::SignFrame {
+    ContainerKind kind;
+    const void* container;
+    Dictionary::const_iterator entry; // dictionaries: the next entry
+    std::size_t index;                // vectors: the next element
+    bool separatorDue;
+};
+
+NestedValues::SignFrame NestedValues::openFrame(Base::SkeinHash::Engine& engine, const Any& value) {
+    SignFrame frame{containerKind(value.mType), value.mValue, {}, 0, false};
+    if (frame.kind == ContainerKind::Dictionary) {
+        feedByte(engine, '(');
+        frame.entry = static_cast<const Dictionary*>(frame.container)->begin();
+    }
+    return frame;
+}
+
+const Any* NestedValues::feedUntilNested(Base::SkeinHash::Engine& engine, SignFrame& frame) {
+    if (frame.kind == ContainerKind::Dictionary) {
+        const auto end = static_cast<const Dictionary*>(frame.container)->end();
+        if (frame.separatorDue) {
+            feedByte(engine, '|');
+            frame.separatorDue = false;
+        }
+        for (auto entry = frame.entry; entry != end; ++entry) {
+            const Any& value = entry->second;
+            feedText(engine, entry->first.getString());
+            if (value.mType != nullptr) {
+                feedText(engine, value.mType->label().getString());
+                if (containerKind(value.mType) != ContainerKind::None) {
+                    frame.entry = std::next(entry);
+                    frame.separatorDue = true;
+                    return &value;
+                }
+                value.mType->signature(engine, value);
+            }
+            feedByte(engine, '|');
+        }
+        feedByte(engine, ')');
+        return nullptr;
+    }
+    const Elements& elements = *static_cast<const Elements*>(frame.container);
+    for (std::size_t i = frame.index; i < elements.size(); ++i) {
+        const Any& value = elements[i];
+        feedIndex(engine, i);
+        if (containerKind(value.mType) != ContainerKind::None) {
+            frame.index = i + 1;
+            return &value;
+        }
+        if (value.mType != nullptr) {
+            value.mType->signature(engine, value);
+        }
+    }
+    return nullptr;
+}
+
+void NestedValues::signFrom(Base::SkeinHash::Engine& engine, SignFrame& frame, unsigned depth) {
+    while (const Any* nested = feedUntilNested(engine, frame)) {
+        SignFrame below = openFrame(engine, *nested);
+        if (depth + 1 < kRecursionLimit) {
+            signFrom(engine, below, depth + 1);
+        } else {
+            signByWorkList(engine, below);
+        }
+    }
+}
+
+void NestedValues::signByWorkList(Base::SkeinHash::Engine& engine, const SignFrame& frame) {
+    WorkList<SignFrame> frames;
+    frames.push_back(frame);
+    while (!frames.empty()) {
+        if (const Any* nested = feedUntilNested(engine, frames.back())) {
+            frames.push_back(openFrame(engine, *nested));
+        } else {
+            frames.pop_back();
+        }
+    }
+}
 
 void NestedValues::sign(Base::SkeinHash::Engine& engine, ContainerKind kind, const void* container) {
-    struct Frame {
-        ContainerKind kind;
-        const void* container;
-        Dictionary::const_iterator entry; // dictionaries: the next entry
-        std::size_t index;                // vectors: the next element
-        bool separatorDue;                // dictionaries: the "|" of the entry stepped into
-    };
-    const auto open = [&engine](ContainerKind opened, const void* address) {
-        Frame frame{opened, address, {}, 0, false};
-        if (opened == ContainerKind::Dictionary) {
-            feedByte(engine, '(');
-            frame.entry = static_cast<const Dictionary*>(address)->begin();
-        }
-        return frame;
-    };
-
-    std::vector<Frame> waiting;
-    Frame current = open(kind, container);
-    for (;;) {
-        const Any* below = nullptr;
-        if (current.kind == ContainerKind::Dictionary) {
-            const Dictionary& dictionary = *static_cast<const Dictionary*>(current.container);
-            if (current.separatorDue) {
-                feedByte(engine, '|');
-                current.separatorDue = false;
-            }
-            while (below == nullptr && current.entry != dictionary.end()) {
-                const auto& [key, value] = *current.entry++;
-                feedText(engine, key.getString());
-                if (value.mType != nullptr) {
-                    feedText(engine, value.mType->label().getString());
-                    if (containerKind(value.mType) != ContainerKind::None) {
-                        below = &value;
-                        current.separatorDue = true;
-                        break;
-                    }
-                    value.mType->signature(engine, value);
-                }
-                feedByte(engine, '|');
-            }
-            if (below == nullptr) {
-                feedByte(engine, ')');
-            }
-        } else {
-            const Elements& elements = *static_cast<const Elements*>(current.container);
-            while (below == nullptr && current.index < elements.size()) {
-                const std::size_t i = current.index++;
-                feedIndex(engine, i);
-                const Any& value = elements[i];
-                if (containerKind(value.mType) != ContainerKind::None) {
-                    below = &value;
-                } else if (value.mType != nullptr) {
-                    value.mType->signature(engine, value);
-                }
-            }
-        }
-        if (below != nullptr) {
-            waiting.push_back(current);
-            current = open(containerKind(below->mType), below->mValue);
-            continue;
-        }
-        if (waiting.empty()) {
-            return;
-        }
-        current = waiting.back();
-        waiting.pop_back();
+    SignFrame frame{kind, container, {}, 0, false};
+    if (kind == ContainerKind::Dictionary) {
+        feedByte(engine, '(');
+        frame.entry = static_cast<const Dictionary*>(container)->begin();
     }
+    signFrom(engine, frame, 0);
 }
 
 } // namespace Tessel::Dictionary::Impl

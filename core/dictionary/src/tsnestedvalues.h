@@ -3,14 +3,20 @@
 
 // Whole-value operations on dictionaries and vectors that nest: copy, element-wise vector
 // assignment, comparison, signature and teardown. A host can nest containers as deep as memory
-// allows, so none of these recurses once per level: each keeps its own work list on the heap, or,
-// for teardown (which must not fail), threads it through the values being freed. Internal to the
-// library.
+// allows, so none of these recurses without bound: copy, teardown and the signature recurse for a
+// few levels, then go on with a work list of their own (teardown, which must not fail, threads it
+// through the values being freed); assignment and comparison keep a work list throughout. Internal
+// to the library.
 
 #include <dictionary/tsany.h>
 #include <dictionary/tsdictionary.h>
 
+#include <boost/container/static_vector.hpp>
+
 #include <atomic>
+#include <deque>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace Tessel::Base::SkeinHash {
@@ -40,6 +46,38 @@ inline ContainerKind containerKind(const AnyType* type) noexcept {
     }
     return ContainerKind::None;
 }
+
+/// A stack of pending work. The first entries live in the object itself, so a shallow value needs
+/// no allocation; the rest go to a deque, whose fixed-size blocks the allocator recycles, where one
+/// growing array would be copied and fresh pages touched as a deep value is walked.
+template <class T>
+class WorkList {
+public:
+    bool empty() const noexcept { return mNear.empty(); }
+    T& front() noexcept { return mNear.front(); }
+    T& back() noexcept { return mFar && !mFar->empty() ? mFar->back() : mNear.back(); }
+    void push_back(T item) {
+        if (mNear.size() < mNear.capacity()) {
+            mNear.push_back(std::move(item));
+            return;
+        }
+        if (!mFar) {
+            mFar.emplace();
+        }
+        mFar->push_back(std::move(item));
+    }
+    void pop_back() {
+        if (mFar && !mFar->empty()) {
+            mFar->pop_back();
+        } else {
+            mNear.pop_back();
+        }
+    }
+
+private:
+    boost::container::static_vector<T, 16> mNear;
+    std::optional<std::deque<T>> mFar;
+};
 
 /// A container still to be visited: its kind and address.
 struct Container {
@@ -94,6 +132,27 @@ public:
     /// a vector as (4-byte little-endian index, element feed) per element; nested values feed
     /// the same way, in place.
     static void sign(Base::SkeinHash::Engine& engine, ContainerKind kind, const void* container);
+
+    /// The address of the value `any` refers to (owned or bound), null when empty.
+    static const void* addressOf(const Any& any) noexcept { return any.mValue; }
+    /// True when `any` is bound to a variable of the caller.
+    static bool isBound(const Any& any) noexcept { return any.mValue != nullptr && any.mOwned == nullptr; }
+
+private:
+    struct SignFrame;
+    // Starts feeding the container held by `value` (a dictionary feeds its "(").
+    static SignFrame openFrame(Base::SkeinHash::Engine& engine, const Any& value);
+    // Feeds `frame`'s container from its position on, up to the next nested container (returned,
+    // its key and label fed) or to the end (null, the closing fed).
+    static const Any* feedUntilNested(Base::SkeinHash::Engine& engine, SignFrame& frame);
+    // Feeds the rest of `frame` and everything below it, by recursion while `depth` allows.
+    static void signFrom(Base::SkeinHash::Engine& engine, SignFrame& frame, unsigned depth);
+    // The same, past the recursion limit: with a work list of frames.
+    static void signByWorkList(Base::SkeinHash::Engine& engine, const SignFrame& frame);
+    // True when `value` owns a non-empty dictionary or vector.
+    static bool ownsNestedValues(const Any& value) noexcept;
+    // Teardown past the recursion limit: bottom up, the way back kept in the values themselves.
+    static void freeBottomUp(Any& owner) noexcept;
 };
 
 } // namespace Tessel::Dictionary::Impl
