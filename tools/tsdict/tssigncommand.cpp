@@ -3,13 +3,12 @@
 
 #include "tscommandline.h"
 #include "tscommands.h"
+#include "tsdigestline.h"
 #include "tsinputfile.h"
 
 #include <foundation/tsskeinhash.h>
 
-#include <cctype>
 #include <iostream>
-#include <optional>
 #include <sstream>
 #include <vector>
 
@@ -23,7 +22,6 @@ using Base::SkeinHash::Engine;
 constexpr const char* kCommand = "sign";
 // One read's worth; the only memory a file of any size needs.
 constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
-constexpr std::size_t kHexDigits = 2 * Digest::kSize;
 
 const Usage kUsage = {
     "tsdict sign [FILE...]\n       tsdict sign --check [LIST...]",
@@ -48,79 +46,6 @@ Digest digestOf(const std::string& name, std::vector<unsigned char>& piece) {
     return engine.digest();
 }
 
-// The name as it goes on a line: "\" as "\\", line breaks as "\n" and "\r". Empty when the name
-// needs no escaping.
-std::string escapedName(const std::string& name) {
-    if (name.find_first_of("\\\n\r") == std::string::npos)
-        return {};
-    std::string escaped;
-    for (char c : name) {
-        switch (c) {
-        case '\\': escaped += "\\\\"; break;
-        case '\n': escaped += "\\n"; break;
-        case '\r': escaped += "\\r"; break;
-        default: escaped += c;
-        }
-    }
-    return escaped;
-}
-
-std::optional<std::string> unescapedName(const std::string& text) {
-    std::string name;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\\') {
-            name += text[i];
-            continue;
-        }
-        if (++i == text.size())
-            return std::nullopt;
-        switch (text[i]) {
-        case '\\': name += '\\'; break;
-        case 'n': name += '\n'; break;
-        case 'r': name += '\r'; break;
-        default: return std::nullopt;
-        }
-    }
-    return name;
-}
-
-// What a name looks like on an output line: escaped lines start with "\".
-std::string lineName(const std::string& name, std::string& prefix) {
-    std::string escaped = escapedName(name);
-    prefix = escaped.empty() ? "" : "\\";
-    return escaped.empty() ? name : escaped;
-}
-
-struct ListEntry {
-    std::string hex; // lower case
-    std::string name;
-};
-
-// "[\]<64 hex digits>  <name>", the name escaped when the line starts with "\".
-std::optional<ListEntry> parseListLine(const std::string& line) {
-    const bool escaped = !line.empty() && line.front() == '\\';
-    const std::size_t start = escaped ? 1 : 0;
-    if (line.size() < start + kHexDigits + 3 || line.compare(start + kHexDigits, 2, "  ") != 0)
-        return std::nullopt;
-    ListEntry entry;
-    for (std::size_t i = start; i < start + kHexDigits; ++i) {
-        const auto c = static_cast<unsigned char>(line[i]);
-        if (!std::isxdigit(c))
-            return std::nullopt;
-        entry.hex += static_cast<char>(std::tolower(c));
-    }
-    const std::string name = line.substr(start + kHexDigits + 2);
-    if (!escaped) {
-        entry.name = name;
-        return entry;
-    }
-    std::optional<std::string> unescaped = unescapedName(name);
-    if (!unescaped)
-        return std::nullopt;
-    entry.name = std::move(*unescaped);
-    return entry;
-}
-
 int signFiles(std::vector<std::string> files) {
     if (files.empty())
         files.emplace_back("-");
@@ -128,10 +53,7 @@ int signFiles(std::vector<std::string> files) {
     int status = kExitSuccess;
     for (const std::string& file : files) {
         try {
-            const Digest digest = digestOf(file, piece);
-            std::string prefix;
-            const std::string name = lineName(file, prefix);
-            std::cout << prefix << digest << "  " << name << '\n';
+            std::cout << digestLine(hexOf(digestOf(file, piece)), file) << '\n';
         } catch (const BadInput& e) { // the other files are still signed
             reportError(kCommand, e.what());
             status = kExitBadInput;
@@ -151,7 +73,7 @@ bool checkList(const std::string& list, std::vector<unsigned char>& piece, bool&
             line.pop_back();
         if (line.empty())
             continue;
-        const std::optional<ListEntry> entry = parseListLine(line);
+        const std::optional<DigestLine> entry = parseDigestLine(line);
         if (!entry) {
             reportError(kCommand, printable(list) + " line " + std::to_string(number) +
                                       ": not a \"<64 hex digits>  <name>\" line");
@@ -165,9 +87,7 @@ bool checkList(const std::string& list, std::vector<unsigned char>& piece, bool&
         } catch (const BadInput& e) { // an unreadable file fails its check
             reportError(kCommand, e.what());
         }
-        std::string prefix;
-        const std::string name = lineName(entry->name, prefix);
-        std::cout << prefix << name << (same ? ": OK\n" : ": FAILED\n");
+        std::cout << shownName(entry->name) << (same ? ": OK\n" : ": FAILED\n");
         anyFailed = anyFailed || !same;
     }
     if (entries == 0 && wellFormed) {

@@ -1,6 +1,6 @@
-// Writes the files the tsdict command tests read into the current directory. The digest of the
-// long file, which tsdict reads in several pieces, is computed here in one feed: the reference
-// its piecewise reading must match.
+// Writes the files the tsdict command tests read into TSDICT_FILES (the build's directory for
+// them, whatever the working directory). The digest of the long file, which tsdict reads in
+// several pieces, is computed here in one feed: the reference its piecewise reading must match.
 
 #include <foundation/tsskeinhash.h>
 
@@ -10,8 +10,10 @@
 
 namespace {
 
+const std::string kDirectory = TSDICT_FILES "/";
+
 bool writeFile(const std::string& name, const std::string& bytes) {
-    std::ofstream file(name, std::ios::binary);
+    std::ofstream file(kDirectory + name, std::ios::binary);
     file << bytes;
     return static_cast<bool>(file.flush());
 }
@@ -25,7 +27,7 @@ int main() {
         longBytes[i] = static_cast<char>(i * 7 + 3);
     Tessel::Base::SkeinHash::Engine engine;
     engine.update(longBytes.data(), longBytes.size());
-    std::ofstream list("long.list");
+    std::ofstream list(kDirectory + "long.list");
     list << engine.digest() << "  long\n";
     const bool written = static_cast<bool>(list.flush()) && writeFile("long", longBytes) &&
                          writeFile("abc", "abc") && writeFile("empty", "") && writeFile("line\nbreak", "abc");
