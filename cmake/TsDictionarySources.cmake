@@ -14,3 +14,8 @@ set(TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsanytypemanagement.cpp
   core/dictionary/src/tsanytypeimplementations.cpp
 )
+# Key paths and checked text (parseExact, exactText).
+list(APPEND TSD_DICTIONARY_SOURCES
+  core/dictionary/src/tsanypath.cpp
+  core/dictionary/src/tsanyparseexact.cpp
+)

@@ -50,12 +50,19 @@ const std::string& NameAtomManager::getString(std::uint32_t index) {
 }
 
 std::uint32_t NameAtomManager::findIndex(const std::string& text) {
+    return find(text).value_or(0U);
+}
+
+std::optional<std::uint32_t> NameAtomManager::find(std::string_view text) const {
     if (text.empty()) {
-        return 0;
+        return 0U;
     }
     boost::unique_lock<boost::mutex> lock(mutex);
     auto found = indexByText.find(text);
-    return found == indexByText.end() ? 0U : found->second;
+    if (found == indexByText.end()) {
+        return std::nullopt;
+    }
+    return found->second;
 }
 
 std::ptrdiff_t NameAtomManager::lastIndex() const {

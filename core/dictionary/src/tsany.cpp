@@ -108,6 +108,60 @@ Any& Any::operator=(const char* text) {
     return *this;
 }
 
+// --- values from host types, moves -----------------------------------------------------------------
+
+namespace {
+
+// The registered type of a host type (by its name or an alias), or null.
+const AnyType* typeForHost(const std::type_info& hostType) {
+    AnyTypeRegistry::get();
+    return AnyTypeRegistry::typeByName(TypeAtom(hostType.name()));
+}
+
+[[noreturn]] void throwUnknownHostType(const std::type_info& hostType, const char* function, int line) {
+    const ExceptionInfo<std::string> typeItem("Type", Base::readableTypeName(hostType.name()));
+    Base::throwException<AnyUnknownTypeException>(__FILE__, line, function, typeItem);
+}
+
+} // namespace
+
+void Any::initFromValue(const void* from, const std::type_info& hostType) {
+    if (!set(from, hostType, typeForHost(hostType))) {
+        throwUnknownHostType(hostType, "Tessel::Dictionary::Any::Any", __LINE__);
+    }
+}
+
+void Any::assignFromValue(const void* from, const std::type_info& hostType) {
+    const AnyType* type = typeForHost(hostType);
+    if (type == nullptr) {
+        throwUnknownHostType(hostType, "Tessel::Dictionary::Any::operator =", __LINE__);
+    }
+    if (mType == nullptr) {
+        set(from, hostType, type);
+    } else if (mType == type) {
+        mType->copyValue(from, mValue);
+    } else {
+        // Keyed by the host type itself, so an alias such as long finds its own cast.
+        mType->castToMine(*this, from, TypeAtom(hostType.name()));
+    }
+}
+
+Any& Any::operator=(Any&& other) {
+    if (&other == this) {
+        return *this;
+    }
+    if (mType != nullptr) {
+        return *this = static_cast<const Any&>(other);
+    }
+    mType = other.mType;
+    mValue = other.mValue;
+    mOwned = other.mOwned;
+    other.mType = nullptr;
+    other.mValue = nullptr;
+    other.mOwned = nullptr;
+    return *this;
+}
+
 void Any::clear() noexcept {
     if (mType != nullptr && mOwned != nullptr) {
         mType->deleteValue(mOwned);

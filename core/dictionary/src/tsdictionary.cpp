@@ -8,6 +8,7 @@
 #include <foundation/tsskeinhash.h>
 
 #include <istream>
+#include <optional>
 #include <ostream>
 
 namespace Tessel::Dictionary {
@@ -32,6 +33,31 @@ Dictionary& Dictionary::operator=(const Dictionary& other) {
         throw;
     }
     return *this;
+}
+
+Dictionary::Dictionary(std::initializer_list<value_type> entries) : mEntries(entries) {}
+
+Dictionary::Dictionary(Dictionary&& other) noexcept {
+    mEntries.swap(other.mEntries);
+}
+
+Dictionary& Dictionary::operator=(Dictionary&& other) noexcept {
+    // Take `other`'s entries first and let the old ones go last: `other` may live inside one of
+    // them, and a self-move comes back whole.
+    Map taken;
+    taken.swap(other.mEntries);
+    mEntries.swap(taken);
+    return *this;
+}
+
+Any* Dictionary::find(std::string_view text) {
+    const std::optional<Key> key = Key::find(text);
+    return key ? find(*key) : nullptr;
+}
+
+const Any* Dictionary::find(std::string_view text) const {
+    const std::optional<Key> key = Key::find(text);
+    return key ? find(*key) : nullptr;
 }
 
 Any* Dictionary::find(Key key) {

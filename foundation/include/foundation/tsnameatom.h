@@ -11,6 +11,7 @@
 #include <cstring>
 #include <functional>
 #include <map>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -45,13 +46,17 @@ public:
     const std::string& getString(std::uint32_t index);
     /// The index of an already interned text, or 0 when the text is unknown. Adds nothing.
     std::uint32_t findIndex(const std::string& text);
+    /// The index of an already interned text (0 for the empty text), or nothing when the text
+    /// was never interned. Adds nothing, so untrusted text can be looked up without growing the
+    /// table.
+    std::optional<std::uint32_t> find(std::string_view text) const;
     /// The highest index issued so far (number of entries minus one). Takes no lock.
     std::ptrdiff_t lastIndex() const;
 
 private:
     std::map<std::string, std::uint32_t, std::less<>> indexByText;
     std::vector<const std::string*> textByIndex;
-    boost::mutex mutex;
+    mutable boost::mutex mutex;
     // Entry count mirrored for lastIndex(), which reads it without taking the mutex.
     std::atomic<std::ptrdiff_t> entryCount{0};
 };
@@ -74,6 +79,19 @@ public:
     /// Interns the whole string, embedded zero bytes included.
     NameAtom(const std::string& text) // NOLINT(google-explicit-constructor)
         : index(text.empty() ? 0U : getManager().intern(std::string_view(text))) {}
+
+    /// The atom of an already interned text, or nothing when `text` was never interned under this
+    /// tag. Interns nothing: lookups by untrusted text do not grow the table. The empty text is
+    /// always known (index 0).
+    static std::optional<NameAtom> find(std::string_view text) {
+        const std::optional<std::uint32_t> found = getManager().find(text);
+        if (!found) {
+            return std::nullopt;
+        }
+        NameAtom atom;
+        atom.index = *found;
+        return atom;
+    }
 
     /// The atom's index in its tag's table.
     std::uint32_t getIndex() const noexcept { return index; }

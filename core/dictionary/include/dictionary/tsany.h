@@ -8,9 +8,11 @@
 #include <foundation/tsexport.h>
 #include <foundation/tsnameatom.h>
 
+#include <cstddef>
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 #include <vector>
@@ -21,7 +23,24 @@ class Engine;
 
 namespace Tessel::Dictionary {
 
+class Any;
+class BindValue;
 class Dictionary;
+
+namespace Impl {
+/// True for a C string or an array of char: such text keeps Any's const char* overloads.
+template <class T>
+inline constexpr bool kIsCharText =
+    std::is_same_v<std::remove_cv_t<T>, char*> || std::is_same_v<std::remove_cv_t<T>, const char*> ||
+    (std::is_array_v<T> && std::is_same_v<std::remove_cv_t<std::remove_extent_t<T>>, char>);
+
+/// True for the host types that Any's value constructor and value assignment take: every type but
+/// Any (and classes derived from it), BindValue, C strings and char arrays, which have overloads of
+/// their own, and std::nullptr_t, which stays a null C string.
+template <class T>
+inline constexpr bool kIsAnyValue = !std::is_base_of_v<Any, T> && !std::is_same_v<T, BindValue> &&
+                                    !std::is_same_v<T, std::nullptr_t> && !kIsCharText<T>;
+} // namespace Impl
 
 /// A caller's variable handed to an Any to be bound: its address and its host type.
 /// The variable is neither owned nor copied; it must outlive every Any bound to it.
@@ -51,8 +70,16 @@ private:
 /// variable of the caller.
 ///
 /// A value that has a type keeps it: assignments copy or convert into the existing value (through
-/// to a bound variable); only clear(), reset(), rebinding and parse() change the type. Copies are
-/// deep and always own. A throwing assignment leaves the target unchanged.
+/// to a bound variable); only clear(), reset(), rebinding, parse() and parseExact() change the
+/// type. Copies are deep and always own. A throwing assignment leaves the target unchanged.
+///
+/// Values are written as they are in C++:
+///
+///     Any width = 1920;                    // an owned "int32" (the literal 0 too)
+///     Any name = std::string("intro");     // a "string", as "intro" and std::string_view are
+///     width = 2048.7;                      // keeps "int32", converts: 2048
+///     std::vector<Any> row{1, 2.5, "x"};   // "int32", "double", "string"
+///     Any moved = std::move(width);        // takes the value over; `width` is now empty
 class TS_API Any {
 public:
     /// An empty value.
@@ -66,6 +93,48 @@ public:
     Any(const char* text); // NOLINT(google-explicit-constructor)
     /// Frees an owned value; a bound variable is untouched.
     ~Any();
+
+    /// Owns a copy of `value` as the type registered for T: `Any(1920)` is an "int32", `Any(0)`
+    /// too, `Any(2.5)` a "double", a std::string or std::string_view a "string". BindValue, Any,
+    /// C strings, char arrays and nullptr keep their own overloads. Throws AnyUnknownTypeException
+    /// when T has no registered type.
+    template <class T, std::enable_if_t<Impl::kIsAnyValue<T>, int> = 0>
+    Any(const T& value) { // NOLINT(google-explicit-constructor): values are written as they are
+        if constexpr (std::is_same_v<std::remove_cv_t<T>, std::string_view>) {
+            const std::string text(value);
+            initFromValue(&text, typeid(std::string));
+        } else {
+            initFromValue(std::addressof(value), typeid(T));
+        }
+    }
+    /// Takes over `other`'s value without copying it: an owned value moves with its storage, a
+    /// bound one stays bound to the same variable. `other` is left empty.
+    Any(Any&& other) noexcept : mType(other.mType), mValue(other.mValue), mOwned(other.mOwned) {
+        other.mType = nullptr;
+        other.mValue = nullptr;
+        other.mOwned = nullptr;
+    }
+    /// Assigns `value` by the rule of Any assignment: an empty target owns a copy as T's
+    /// registered type; a typed target keeps its type and copies (T is its host type or an alias)
+    /// or converts through a registered cast from T. Throws AnyUnknownTypeException when T has no
+    /// registered type and AnyCastException without a cast, leaving the value unchanged.
+    template <class T, std::enable_if_t<Impl::kIsAnyValue<T>, int> = 0>
+    Any& operator=(const T& value) {
+        if constexpr (std::is_same_v<std::remove_cv_t<T>, std::string_view>) {
+            const std::string text(value);
+            assignFromValue(&text, typeid(std::string));
+        } else {
+            assignFromValue(std::addressof(value), typeid(T));
+        }
+        return *this;
+    }
+    /// Into an empty target, takes over `other`'s value as the move constructor does and leaves
+    /// `other` empty (noexcept on this path; `other` must not contain this value). Into a typed
+    /// target it is the copy assignment: the target keeps its type, `other` keeps its value, and
+    /// it may throw as that one does. So a moved-from value is empty unless it was moved into a
+    /// typed target. A container that moves elements onto live ones (std::vector::erase, insert)
+    /// therefore assigns by this rule.
+    Any& operator=(Any&& other);
 
     /// Copies `other` into this value: an empty target takes an owned copy of `other`'s type; a
     /// typed target keeps its type and copies (same type) or converts (registered cast) into its
@@ -167,7 +236,60 @@ public:
     /// Feeds the value's bytes to `engine` (nothing for an empty value) and returns `engine`.
     Base::SkeinHash::Engine& signature(Base::SkeinHash::Engine& engine) const;
 
+    // --- key paths ---------------------------------------------------------------------------------
+    // A path is a list of segments joined by "/", without a leading "/"; the empty path names the
+    // value itself. In a dictionary a segment is a key; in a vector it is an index written in
+    // decimal without leading zeros ("shots/3/camera/fps"). A key holding "/" or "~" is written
+    // with "~1" and "~0". Path lookups never insert and never intern a key.
+
+    /// The value at `path`, or null when the path does not resolve (a missing key, an index out
+    /// of range, a step into a value that is no dictionary or vector, a bad "~" escape).
+    Any* findPath(std::string_view path);
+    /// The value at `path`, or null when the path does not resolve.
+    const Any* findPath(std::string_view path) const;
+    /// The value at `path`. Throws AnyPathException, whose "KeyPath" is the path up to and
+    /// including the segment that failed, when the path does not resolve.
+    Any& atPath(std::string_view path);
+    /// The value at `path`; throws AnyPathException when the path does not resolve.
+    const Any& atPath(std::string_view path) const;
+    /// The value at `path` read as a T, as as<T>() reads it. Every exception it throws carries
+    /// the "KeyPath" item: AnyPathException when the path does not resolve, AnyNullException or
+    /// AnyCastException from the read.
+    template <class T>
+    T valueAtPath(std::string_view path) const;
+
+    // --- checked text ------------------------------------------------------------------------------
+
+    /// Reads `text` as exactly one value of `type` and stores it; unlike parse(), bad text is an
+    /// error. The whole text must be the value: integers in range ("int8" and "uint8" as numbers),
+    /// "bool" as true, false, 1 or 0, "float" and "double" in decimal or scientific notation, nan
+    /// or inf, refused beyond the type's range or where they would round to zero, "timebase" as
+    /// "25", "29.97" (the fraction TimeBase(float) chooses) or "num/den" with unsigned 64-bit
+    /// integers, "char" as exactly one character, and "string" as the whole text, blanks and all.
+    /// Numbers and time bases may be surrounded by spaces and tabs. A registered type of the host
+    /// is read with its own read(), which must use up all but surrounding blanks.
+    ///
+    /// A value that already holds `type`, owned or bound, is written in place (through to a bound
+    /// variable); any other value becomes an owned value of `type`. Throws AnyParseException
+    /// ("Text", "Type", "Reason") for bad text and for types without a text form ("dictionary",
+    /// "vector"); the value is then unchanged, and a bound one stays bound.
+    void parseExact(const std::string& text, const AnyType& type);
+    /// A text that parseExact() reads back to an equal value, for every built-in scalar, string
+    /// and time base: integers in decimal, "bool" as true or false, "float" and "double" with the
+    /// shortest digits that read back to the same number (a NaN reads back as a NaN), "timebase"
+    /// as "num/den", "char" and "string" as they are. A host's registered type gives what its
+    /// write() gives under the classic locale. Throws AnyNullException when empty and
+    /// NotImplemented for a dictionary or vector.
+    std::string exactText() const;
+
 protected:
+    /// The value constructor's work: owns a copy of the value at `from`, of host type `hostType`.
+    /// Throws AnyUnknownTypeException, leaving the value empty, when no type is registered for it.
+    void initFromValue(const void* from, const std::type_info& hostType);
+    /// The value assignment's work: assigns the value at `from`, of host type `hostType`, by the
+    /// rule of Any assignment. Throws as operator=(const T&) says, leaving the value unchanged.
+    void assignFromValue(const void* from, const std::type_info& hostType);
+
     /// Stores an owned copy of the value at `from` as `type`; false (and empty) when `type` is
     /// null. The Any must be empty. `hostType` is informational.
     bool set(const void* from, const std::type_info& hostType, const AnyType* type);
@@ -224,6 +346,22 @@ const T& Any::ref() const {
         Impl::throwDereference(*mType, typeid(T), __LINE__);
     }
     return *static_cast<const T*>(mValue);
+}
+
+namespace Impl {
+/// Adds the "KeyPath" item `path` to an exception on its way out of a path read.
+TS_API void addKeyPath(Base::ExceptionDecoration& exception, std::string_view path);
+} // namespace Impl
+
+template <class T>
+T Any::valueAtPath(std::string_view path) const {
+    const Any& value = atPath(path);
+    try {
+        return value.as<T>();
+    } catch (Base::ExceptionDecoration& e) {
+        Impl::addKeyPath(e, path);
+        throw;
+    }
 }
 
 template <class T>

@@ -46,6 +46,29 @@ public:
     ~AnyCastException() override;
 };
 
+/// A key path named no value ("KeyPath": the path up to and including the segment that failed,
+/// "Reason": what was found there). "Nothing at key path '%%(KeyPath)%%': %%(Reason)%%."
+class TS_API AnyPathException : public AnyException {
+public:
+    /// Sets the user message; the throw site adds the items.
+    AnyPathException();
+    /// Copies every item.
+    AnyPathException(const AnyPathException& other) = default;
+    ~AnyPathException() override;
+};
+
+/// A text is not exactly one value of a type ("Text": the text as given, "Type": the type's
+/// label, "Reason": what is wrong with it).
+/// "Can't read '%%(Text)%%' as %%(Type)%%: %%(Reason)%%."
+class TS_API AnyParseException : public AnyException {
+public:
+    /// Sets the user message; the throw site adds the items.
+    AnyParseException();
+    /// Copies every item.
+    AnyParseException(const AnyParseException& other) = default;
+    ~AnyParseException() override;
+};
+
 } // namespace Tessel::Dictionary
 
 #endif

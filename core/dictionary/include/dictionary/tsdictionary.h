@@ -6,8 +6,11 @@
 #include <foundation/tsnameatom.h>
 
 #include <cstddef>
+#include <initializer_list>
 #include <iosfwd>
 #include <map>
+#include <string>
+#include <string_view>
 
 namespace Tessel::Base::SkeinHash {
 class Engine;
@@ -20,12 +23,19 @@ namespace Tessel::Dictionary {
 /// Entries iterate in the order in which their key texts were first interned in the process (not
 /// alphabetically, not by insertion). Copies are deep and own every value, also where the source's
 /// entries are bound to host variables. Lookups compare 32-bit atoms only.
+///
+///     Dictionary clip{{"width", 1920}, {"fps", TimeBase(TimeBase::k29_97)}};
+///     if (clip.contains("width")) { ... }          // a lookup by text interns nothing
+///     int w = clip.valueAtPath<int>("width");
+///     Dictionary kept = std::move(clip);             // constant time; `clip` is now empty
 class TS_API Dictionary {
 public:
     using Key = Base::NameAtom<Any>;
     using Map = std::map<Key, Any>;
     using iterator = Map::iterator;
     using const_iterator = Map::const_iterator;
+    /// One entry: its key and its value.
+    using value_type = Map::value_type;
     using size_type = std::size_t;
 
     /// An empty dictionary.
@@ -37,6 +47,66 @@ public:
     /// Replaces every entry by a copy of `other`'s. Self-assignment, also through an alias of a
     /// nested dictionary, is safe. If copying fails, this dictionary is left empty.
     Dictionary& operator=(const Dictionary& other);
+
+    /// The entries of the list, each value copied: `{{"width", 1920}, {"name", "intro"}}`. A key
+    /// given twice keeps its first value.
+    Dictionary(std::initializer_list<value_type> entries);
+    /// Takes over `other`'s entries in constant time, copying no value; `other` is left empty.
+    Dictionary(Dictionary&& other) noexcept;
+    /// Replaces every entry by `other`'s, in constant time, copying no value; `other` is left
+    /// empty. Safe when `other` lives inside one of this dictionary's entries, and a no-op on
+    /// itself; `other` must not contain this dictionary (a value cannot hold its own container).
+    Dictionary& operator=(Dictionary&& other) noexcept;
+
+    /// True when there is an entry under `key`, whatever its value (as hasEntry()).
+    bool contains(Key key) const { return hasEntry(key); }
+    /// True when there is an entry whose key text is `text`. Interns nothing.
+    bool contains(std::string_view text) const { return find(text) != nullptr; }
+    /// As contains(std::string_view); a null `text` is the empty key.
+    bool contains(const char* text) const { return find(text) != nullptr; }
+    /// As contains(std::string_view).
+    bool contains(const std::string& text) const { return find(text) != nullptr; }
+    /// The value whose key text is `text`, or null. Interns nothing, so untrusted keys do not
+    /// grow the process's name table.
+    Any* find(std::string_view text);
+    /// The value whose key text is `text`, or null. Interns nothing.
+    const Any* find(std::string_view text) const;
+    /// As find(std::string_view); a null `text` is the empty key.
+    Any* find(const char* text) { return find(textOf(text)); }
+    /// As find(std::string_view); a null `text` is the empty key.
+    const Any* find(const char* text) const { return find(textOf(text)); }
+    /// As find(std::string_view).
+    Any* find(const std::string& text) { return find(std::string_view(text)); }
+    /// As find(std::string_view).
+    const Any* find(const std::string& text) const { return find(std::string_view(text)); }
+    /// Removes the entry at `position` (which must be valid); returns the one after it.
+    iterator erase(iterator position) { return mEntries.erase(position); }
+    /// Removes the entry at `position` (which must be valid); returns the one after it.
+    iterator erase(const_iterator position) { return mEntries.erase(position); }
+
+    /// The entry at the key path `path` (see Any::findPath; here the first segment is a key of
+    /// this dictionary), or null when the path does not resolve. The empty path names the
+    /// dictionary itself, which is no entry: null.
+    Any* findPath(std::string_view path);
+    /// The entry at `path`, or null when the path does not resolve.
+    const Any* findPath(std::string_view path) const;
+    /// The entry at `path`. Throws AnyPathException with the "KeyPath" item when the path does
+    /// not resolve (the empty path included).
+    Any& atPath(std::string_view path);
+    /// The entry at `path`; throws AnyPathException when the path does not resolve.
+    const Any& atPath(std::string_view path) const;
+    /// The entry at `path` read as a T, as Any::as<T>() reads it. Every exception it throws
+    /// carries the "KeyPath" item.
+    template <class T>
+    T valueAtPath(std::string_view path) const {
+        const Any& value = atPath(path);
+        try {
+            return value.as<T>();
+        } catch (Base::ExceptionDecoration& e) {
+            Impl::addKeyPath(e, path);
+            throw;
+        }
+    }
 
     /// The value under `key`, or null.
     Any* find(Key key);
@@ -86,6 +156,11 @@ protected:
     static const Any kNullEntry;
 
 private:
+    // A C string as a key text: null is the empty key, as for NameAtom.
+    static std::string_view textOf(const char* text) noexcept {
+        return text == nullptr ? std::string_view() : std::string_view(text);
+    }
+
     Map mEntries;
 };
 
