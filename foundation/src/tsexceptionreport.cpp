@@ -103,6 +103,9 @@ void Exception::report(std::ostream& os) const {
 
 std::string Exception::report() const {
     std::ostringstream text;
+    // A string stream only sets badbit when its buffer cannot grow; rethrowing keeps a cut-off
+    // report from passing for the whole one.
+    text.exceptions(std::ios_base::badbit);
     report(text);
     return text.str();
 }

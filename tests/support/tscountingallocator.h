@@ -1,13 +1,20 @@
 #ifndef TESSEL_TESTS_SUPPORT_TSCOUNTINGALLOCATOR_H
 #define TESSEL_TESTS_SUPPORT_TSCOUNTINGALLOCATOR_H
 
-// Linking tscountingallocator.cpp into a test executable replaces the global operator new with
-// one that counts every allocation of the process, those made inside the library included.
+// Linking tscountingallocator.cpp into a test executable replaces the global operator new and
+// delete: every allocation of the process, the library's included, is counted and can be made
+// to fail on demand.
 
 namespace Tessel::Testing {
 
-/// The number of calls of the global operator new so far.
+/// Calls of the global operator new so far, over all threads.
 long allocationCount() noexcept;
+/// Blocks handed out by operator new and not yet given back.
+long liveAllocations() noexcept;
+/// Makes the `nth` allocation from now on this thread throw std::bad_alloc, once; 0 disarms.
+void failAllocation(long nth) noexcept;
+/// True when the failure armed last on this thread has happened.
+bool allocationFailed() noexcept;
 
 } // namespace Tessel::Testing
 
