@@ -19,3 +19,8 @@ list(APPEND TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsanypath.cpp
   core/dictionary/src/tsanyparseexact.cpp
 )
+# Canonical signature and exact assignment.
+list(APPEND TSD_DICTIONARY_SOURCES
+  core/dictionary/src/tscanonicalsignature.cpp
+  core/dictionary/src/tsanyexact.cpp
+)

@@ -3,6 +3,7 @@
 #include <dictionary/tsany.h>
 #include <dictionary/tsanyexception.h>
 #include <dictionary/tsanytype.h>
+#include <dictionary/tscanonicalsignature.h>
 #include <dictionary/tsdictionary.h>
 #include <dictionary/tstypelabels.h>
 #include <foundation/tsnameatom.h>
@@ -113,6 +114,19 @@ int main() {
     std::cout << "a deep copy compares " << (copy == clip ? "equal" : "unequal")
               << " and signs the same: " << std::boolalpha
               << (copy.signature(copyEngine).digest() == engine.digest()) << "\n";
+
+    section("Content that means content, assignments that refuse to lose");
+    std::cout << "canonical signature (the same in any process for this content): "
+              << canonicalSignature(clip) << "\n";
+    Any frames;
+    frames.set(24);
+    frames.assignExact(48.0);
+    try {
+        frames.assignExact(2048.7);
+    } catch (const AnyInexactConversionException& error) {
+        std::cout << "exact assignment refused: " << error.userMessage() << " The entry still holds "
+                  << frames.ref<int>() << ".\n";
+    }
 
     section("A mistake, caught");
     try {

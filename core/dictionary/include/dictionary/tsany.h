@@ -282,6 +282,26 @@ public:
     /// NotImplemented for a dictionary or vector.
     std::string exactText() const;
 
+    // --- exact assignment: the assignment above, refusing to lose information ------------------
+    /// As operator=(const Any&), except that a conversion whose stored result would not equal
+    /// `other`'s value (out of range, a fraction dropped, NaN or infinity into an integer, a
+    /// rounding, anything but 0 or 1 into bool) throws AnyInexactConversionException ("FromType",
+    /// "ToType", "Value") and leaves this value unchanged. A NaN counts as equal to a NaN.
+    /// Same-type assignment of a scalar, string, time base or dictionary always succeeds; a vector
+    /// is assigned element by element, so every element is checked before any is written (an
+    /// allocation failure while writing can still leave earlier elements assigned). Throws
+    /// AnyNullException and AnyCastException where operator= does, also for a vector's elements.
+    Any& assignExact(const Any& other);
+    /// assignExact() of `value` as the type registered for T, which is only viewed, not copied,
+    /// unless this value is empty. Throws AnyUnknownTypeException when T has no registered type.
+    template <class T>
+    Any& assignExact(const T& value) {
+        const BindValue view(const_cast<void*>(static_cast<const void*>(std::addressof(value))), typeid(T));
+        const Any source(view);
+        return assignExact(source);
+    }
+    // --- end of exact assignment ---------------------------------------------------------------
+
 protected:
     /// The value constructor's work: owns a copy of the value at `from`, of host type `hostType`.
     /// Throws AnyUnknownTypeException, leaving the value empty, when no type is registered for it.

@@ -69,6 +69,18 @@ public:
     ~AnyParseException() override;
 };
 
+/// Any::assignExact refused a conversion that would not keep the value ("FromType", "ToType",
+/// "Value"): out of range, a fraction dropped, NaN or infinity into an integer, a rounding.
+class TS_API AnyInexactConversionException : public AnyException {
+public:
+    /// Adds the user message "Can't store the value '%%(Value)%%' of type '%%(FromType)%%' as
+    /// type '%%(ToType)%%' without changing it."
+    AnyInexactConversionException();
+    /// Copies the items.
+    AnyInexactConversionException(const AnyInexactConversionException& other) = default;
+    ~AnyInexactConversionException() override;
+};
+
 } // namespace Tessel::Dictionary
 
 #endif

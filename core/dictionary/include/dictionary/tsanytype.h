@@ -26,6 +26,14 @@ using TypeAtom = Base::NameAtom<AnyType>;
 /// A cast table of the registry: other type's name -> cast.
 using AnyCastTable = std::map<TypeAtom, AnyCast*>;
 
+/// Whether a cast keeps every value it converts.
+enum class CastKind : unsigned char {
+    /// Every source value arrives unchanged (int8 to int32, float to double).
+    Exact,
+    /// Some source values are changed on the way: out of range, a fraction dropped, rounded.
+    Checked,
+};
+
 /// Describes one value type that an Any can hold: its host type, name, label and aliases, and
 /// the operations on its values. Objects are created with new and handed to
 /// AnyTypeRegistry::addType, which owns them. Immutable once registered.
@@ -122,6 +130,17 @@ public:
     /// Assigns the converted value of the `from` object at `from` to the constructed `to` object
     /// at `to`.
     virtual void convert(const void* from, void* to) const = 0;
+
+    /// Exact when convert() keeps every source value, Checked when some values may change.
+    /// A cast that does not say is Checked.
+    virtual CastKind kind() const noexcept { return CastKind::Checked; }
+    /// True when convert() of the value at `from` would store a value equal to it (a NaN counts
+    /// as equal to a NaN). Any::assignExact refuses a conversion for which this is false. The
+    /// default trusts kind(): a host cast that may lose is refused unless it overrides this.
+    virtual bool preserves(const void* from) const {
+        static_cast<void>(from);
+        return kind() == CastKind::Exact;
+    }
 
     /// Name of the source host type.
     TypeAtom fromName() const noexcept { return mFromName; }

@@ -159,6 +159,86 @@ To convertNumber(From value) noexcept {
     }
 }
 
+/// True when two arithmetic values are the same number, compared mathematically whatever their
+/// types (int -3 is not uint32 4294967293; 2048.0 is int 2048; bool counts as 0 or 1). A NaN
+/// equals a NaN; -0.0 equals 0.
+template <class A, class B>
+bool sameNumber(A a, B b) noexcept {
+    static_assert(std::is_arithmetic_v<A> && std::is_arithmetic_v<B>, "numbers are required");
+    if constexpr (std::is_floating_point_v<A> && std::is_floating_point_v<B>) {
+        if (std::isnan(a) || std::isnan(b)) {
+            return std::isnan(a) && std::isnan(b);
+        }
+        return static_cast<long double>(a) == static_cast<long double>(b);
+    } else if constexpr (std::is_floating_point_v<A>) {
+        return sameNumber(b, a);
+    } else if constexpr (std::is_floating_point_v<B>) {
+        // An integer and a floating-point value: the latter must be a whole number in range.
+        // 2^63 and 2^64 are exact in every floating-point type, so the bounds are exact too.
+        if (!std::isfinite(b) || std::trunc(b) != b) {
+            return false;
+        }
+        if (b < B(0)) {
+            if constexpr (std::is_signed_v<A>) {
+                return a < 0 && b >= -B(9223372036854775808.0) &&
+                       static_cast<long long>(b) == static_cast<long long>(a);
+            } else {
+                return false;
+            }
+        }
+        if constexpr (std::is_signed_v<A>) {
+            if (a < 0) {
+                return false;
+            }
+        }
+        return b < B(18446744073709551616.0) &&
+               static_cast<unsigned long long>(b) == static_cast<unsigned long long>(a);
+    } else {
+        if constexpr (std::is_signed_v<A>) {
+            if (a < 0) {
+                if constexpr (std::is_signed_v<B>) {
+                    return static_cast<long long>(a) == static_cast<long long>(b);
+                } else {
+                    return false;
+                }
+            }
+        }
+        if constexpr (std::is_signed_v<B>) {
+            if (b < 0) {
+                return false;
+            }
+        }
+        return static_cast<unsigned long long>(a) == static_cast<unsigned long long>(b);
+    }
+}
+
+/// Exact when every From value survives convertNumber<To> (int8 to int32, float to double,
+/// int32 to double, anything from bool); Checked otherwise (int64 to int32, double to float,
+/// int32 to float, uint32 to int32, anything to bool, any floating point to an integer).
+template <class From, class To>
+constexpr CastKind numberCastKind() noexcept {
+    using FromLimits = std::numeric_limits<From>;
+    using ToLimits = std::numeric_limits<To>;
+    if constexpr (std::is_same_v<From, To> || std::is_same_v<From, bool>) {
+        return CastKind::Exact;
+    } else if constexpr (std::is_same_v<To, bool> || (!FromLimits::is_integer && ToLimits::is_integer)) {
+        return CastKind::Checked;
+    } else {
+        // digits counts the bits of magnitude; a signed source also needs a signed target.
+        const bool signFits = !(FromLimits::is_integer && ToLimits::is_integer) || !FromLimits::is_signed ||
+                              ToLimits::is_signed;
+        return signFits && FromLimits::digits <= ToLimits::digits ? CastKind::Exact : CastKind::Checked;
+    }
+}
+
+/// True when numerator/denominator is exactly `value`: never for a zero denominator, a NaN, an
+/// infinity or a negative value (but -0.0 equals 0/1).
+TS_API bool fractionEqualsNumber(unsigned long long numerator, unsigned long long denominator,
+                                 double value) noexcept;
+/// True when numerator/denominator is exactly the whole number `value`.
+TS_API bool fractionEqualsInteger(unsigned long long numerator, unsigned long long denominator,
+                                  long long value) noexcept;
+
 /// The built-in conversion between two host types: convertNumber for the numeric matrix.
 /// Stateless; one object serves every conversion of its pair.
 template <class From, class To>
@@ -170,6 +250,13 @@ public:
     void convert(const void* from, void* to) const override {
         *static_cast<To*>(to) = convertNumber<To>(*static_cast<const From*>(from));
     }
+    /// See numberCastKind.
+    CastKind kind() const noexcept override { return numberCastKind<From, To>(); }
+    /// True when the converted number equals the source (see sameNumber).
+    bool preserves(const void* from) const override {
+        const From value = *static_cast<const From*>(from);
+        return sameNumber(value, convertNumber<To>(value));
+    }
 };
 
 /// The C-string cast: the target string takes a copy of the text up to its NUL; a null pointer
@@ -180,6 +267,8 @@ public:
     GenericAnyCast();
     ~GenericAnyCast() override;
     void convert(const void* from, void* to) const override;
+    /// Exact: the string holds the very text.
+    CastKind kind() const noexcept override { return CastKind::Exact; }
 };
 
 // --- TimeBase: value type and casts to and from numbers -------------------------------------------
@@ -217,6 +306,14 @@ public:
         const auto bits = static_cast<std::make_unsigned_t<T>>(*static_cast<const T*>(from));
         static_cast<Base::TimeBase*>(to)->set(static_cast<unsigned long long>(bits), 1ULL);
     }
+    /// Exact from an unsigned source; a signed one wraps its negative values.
+    CastKind kind() const noexcept override {
+        return std::is_signed_v<T> ? CastKind::Checked : CastKind::Exact;
+    }
+    /// True unless the source is negative.
+    bool preserves(const void* from) const override {
+        return !(*static_cast<const T*>(from) < T(0));
+    }
 };
 
 /// A float or double to TimeBase: the source rounded to float, then TimeBase(float). A double
@@ -234,6 +331,19 @@ public:
     void convert(const void* from, void* to) const override {
         const float rate = static_cast<float>(*static_cast<const T*>(from));
         *static_cast<Base::TimeBase*>(to) = Base::TimeBase(rate);
+    }
+    /// Checked: the rate is rounded to a float and then to a fraction (29.97 gives 30000/1001).
+    CastKind kind() const noexcept override { return CastKind::Checked; }
+    /// True when the source is a float and the fraction chosen for it is exactly that float
+    /// (25.0 gives 25/1 and 12.5 gives 1250/100; 29.97 and negative rates are refused).
+    bool preserves(const void* from) const override {
+        const T value = *static_cast<const T*>(from);
+        const float rate = static_cast<float>(value);
+        if (!sameNumber(value, rate)) {
+            return false;
+        }
+        const Base::TimeBase result(rate);
+        return fractionEqualsNumber(result.numerator, result.denominator, static_cast<double>(rate));
     }
 };
 
@@ -256,6 +366,20 @@ public:
             target = static_cast<To>(timeBase.roundedRate());
         } else {
             target = static_cast<To>(timeBase.rate());
+        }
+    }
+    /// Checked: the rate goes through single precision and is rounded for an integer target.
+    CastKind kind() const noexcept override { return CastKind::Checked; }
+    /// True when the number stored is exactly the fraction; an invalid time base (0 denominator)
+    /// has no value and is refused.
+    bool preserves(const void* from) const override {
+        const auto& timeBase = *static_cast<const Base::TimeBase*>(from);
+        To result{};
+        convert(from, &result);
+        if constexpr (std::is_floating_point_v<To>) {
+            return fractionEqualsNumber(timeBase.numerator, timeBase.denominator, static_cast<double>(result));
+        } else {
+            return fractionEqualsInteger(timeBase.numerator, timeBase.denominator, static_cast<long long>(result));
         }
     }
 };

@@ -5,6 +5,7 @@
 #include <foundation/tsexport.h>
 
 #include <map>
+#include <vector>
 
 namespace Tessel::Dictionary {
 
@@ -38,6 +39,10 @@ public:
     /// The casts to the host type `name`, keyed by source name; null if none was ever added.
     /// The table keeps its address for the life of the process.
     static const AnyCastTable* toCasts(const TypeAtom& name);
+    /// Every registered cast, ordered by the atoms of its source and then its target name. Each
+    /// says through AnyCast::kind() whether it may change a value, so a host can show which
+    /// conversions may lose.
+    static std::vector<const AnyCast*> casts();
 
 private:
     std::map<TypeAtom, AnyCastTable> castsByTarget;
