@@ -24,3 +24,9 @@ list(APPEND TSD_DICTIONARY_SOURCES
   core/dictionary/src/tscanonicalsignature.cpp
   core/dictionary/src/tsanyexact.cpp
 )
+# The JSON bridge (reads through nlohmann's SAX parser, linked privately).
+list(APPEND TSD_DICTIONARY_SOURCES
+  core/dictionary/src/tsjsonsupport.cpp
+  core/dictionary/src/tsjsonwrite.cpp
+  core/dictionary/src/tsjsonread.cpp
+)

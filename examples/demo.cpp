@@ -5,6 +5,7 @@
 #include <dictionary/tsanytype.h>
 #include <dictionary/tscanonicalsignature.h>
 #include <dictionary/tsdictionary.h>
+#include <dictionary/tsjson.h>
 #include <dictionary/tstypelabels.h>
 #include <foundation/tsnameatom.h>
 #include <foundation/tsskeinhash.h>
@@ -127,6 +128,19 @@ int main() {
         std::cout << "exact assignment refused: " << error.userMessage() << " The entry still holds "
                   << frames.ref<int>() << ".\n";
     }
+
+    section("The clip as JSON");
+    const Any clipValue{BindValue(clip)};
+    JsonOptions indented;
+    indented.indent = 2;
+    const std::string typed = toJson(clipValue, indented);
+    std::cout << "typed (every label kept):\n" << typed << "\n";
+    const Any reread = fromJson(typed);
+    std::cout << "read back: width is " << describe(reread["width"]) << ", the rate's fraction is "
+              << reread["rate"].ref<TimeBase>().fractionText() << "\n";
+    JsonOptions plain;
+    plain.form = JsonForm::Plain;
+    std::cout << "plain (for other programs): " << toJson(clipValue, plain) << "\n";
 
     section("A mistake, caught");
     try {

@@ -108,7 +108,9 @@ ctest --test-dir "$build" -j "$jobs" --timeout 120 "${ctest_extra[@]}" >/dev/nul
 
 backup=$(mktemp)
 current_file=
-restore() { [[ -n $current_file ]] && cp -p "$backup" "$current_file"; current_file=; }
+# The restored file gets a new modification time (no cp -p): with its old one, ninja would keep the
+# mutant's object file and the fault would linger into the following runs.
+restore() { [[ -n $current_file ]] && cp "$backup" "$current_file"; current_file=; }
 trap 'restore; rm -f "$backup"' EXIT
 
 killed=0 survived=0 invalid=0
@@ -123,7 +125,7 @@ while IFS='@' read -r id file original replacement what; do
     done
     ((wanted)) || continue
   fi
-  cp -p "$file" "$backup"
+  cp "$file" "$backup"
   current_file=$file
   if ! python3 - "$file" "$original" "$replacement" <<'PY'
 import sys
