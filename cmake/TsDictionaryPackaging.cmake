@@ -43,7 +43,8 @@ set(TSD_DESCRIPTION_runtime "${TSD_ABOUT}This package holds the shared library."
 set(TSD_DESCRIPTION_development "${TSD_ABOUT}This package holds the headers, the CMake package (find_package(TsDictionary))
 and the pkg-config file (tsdictionary).")
 set(TSD_DESCRIPTION_tsdict "${TSD_ABOUT}This package holds tsdict, which signs files with Skein-256 and checks their
-digests, and shows frame rates, frame conversions and timecode labels.")
+digests, formats, signs and lists JSON documents, and shows frame rates, frame
+conversions and timecode labels.")
 set(TSD_DESCRIPTION_python "${TSD_ABOUT}This package holds the Python 3 module tsdictionary.")
 
 # Debian wants documentation files compressed with gzip -9 and no time stamp in the header.

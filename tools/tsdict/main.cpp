@@ -9,6 +9,7 @@ int main(int argc, char** argv) {
     using namespace Tessel::Tools;
     const std::vector<Command> commands = {
         {"sign", "Skein-256 digests of files, or their check (--check)", runSign},
+        {"json", "JSON documents: fmt, sign (canonical signature), paths", runJson},
         {"rate", "how frame rates are held: fraction, text, rounding, NTSC and drop-frame", runRate},
         {"frame", "frame counts converted between rates", runFrame},
         {"timecode", "SMPTE timecode labels of frame counts, and frame counts of labels", runTimecode},

@@ -25,6 +25,7 @@ int dispatch(std::string_view path, const std::vector<Command>& commands, const 
              const char* version = nullptr);
 
 int runSign(const std::vector<std::string>& args);
+int runJson(const std::vector<std::string>& args);
 int runRate(const std::vector<std::string>& args);
 int runFrame(const std::vector<std::string>& args);
 int runTimecode(const std::vector<std::string>& args);
