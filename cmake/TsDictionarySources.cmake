@@ -13,6 +13,8 @@ set(TSD_DICTIONARY_SOURCES
   core/dictionary/src/tsdictionary.cpp
   core/dictionary/src/tsanytypemanagement.cpp
   core/dictionary/src/tsanytypeimplementations.cpp
+  core/dictionary/src/tsnestedvalues.cpp
+  core/dictionary/src/tsnestedassignment.cpp
 )
 # Key paths and checked text (parseExact, exactText).
 list(APPEND TSD_DICTIONARY_SOURCES

@@ -1,6 +1,9 @@
 // The value core (Any, BindValue) and the exceptions of the value layer.
 
 #include <dictionary/tsany.h>
+
+#include "tsnestedvalues.h"
+
 #include <dictionary/tsanyexception.h>
 #include <dictionary/tsdictionary.h>
 #include <dictionary/tsanytype.h>
@@ -164,6 +167,10 @@ Any& Any::operator=(Any&& other) {
 
 void Any::clear() noexcept {
     if (mType != nullptr && mOwned != nullptr) {
+        if (Impl::containerKind(mType) != Impl::ContainerKind::None) {
+            Impl::NestedValues::destroy(*this); // nested containers without a recursion per level
+            return;
+        }
         mType->deleteValue(mOwned);
     }
     mType = nullptr;

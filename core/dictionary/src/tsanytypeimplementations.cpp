@@ -2,6 +2,8 @@
 
 #include <dictionary/tsanytypeimplementations.h>
 
+#include "tsnestedvalues.h"
+
 #include <dictionary/tsany.h>
 #include <dictionary/tsdictionary.h>
 #include <foundation/tsexception.h>
@@ -32,47 +34,6 @@ void DictionaryType::signature(Base::SkeinHash::Engine& engine, const Any& any) 
     valueOf(any).signature(engine);
 }
 
-namespace {
-
-bool holdsVector(const Any& value, const void* vector);
-
-// True when the vector at `vector` is the value of one of `elements`, or nested in one.
-bool nestsVector(const std::vector<Any>& elements, const void* vector) {
-    for (const Any& element : elements) {
-        if (holdsVector(element, vector)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-bool nestsVector(const Dictionary& dictionary, const void* vector) {
-    for (const auto& entry : dictionary) {
-        if (holdsVector(entry.second, vector)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// True when `value` holds the vector at `vector` (owned or bound), or a container nesting it.
-bool holdsVector(const Any& value, const void* vector) {
-    const AnyType* type = value.type();
-    if (type == nullptr) {
-        return false;
-    }
-    if (type->matchesType(typeid(std::vector<Any>))) {
-        const std::vector<Any>& elements = value.vec();
-        return &elements == vector || nestsVector(elements, vector);
-    }
-    if (type->matchesType(typeid(Dictionary))) {
-        return nestsVector(value.dict(), vector);
-    }
-    return false;
-}
-
-} // namespace
-
 VectorType::VectorType(const TypeAtom& label) : CopyTemplateAnyType<std::vector<Any>>(label) {}
 
 VectorType::~VectorType() = default;
@@ -86,33 +47,17 @@ void VectorType::read(std::istream& /*is*/, Any& /*any*/) const {
 }
 
 void VectorType::signature(Base::SkeinHash::Engine& engine, const Any& any) const {
-    const std::vector<Any>& elements = valueOf(any);
-    for (std::size_t i = 0; i < elements.size(); ++i) {
-        // The low 32 bits of the position, little-endian whatever the host's byte order.
-        const auto position = static_cast<std::uint32_t>(i);
-        const unsigned char index[4] = {static_cast<unsigned char>(position),
-                                        static_cast<unsigned char>(position >> 8),
-                                        static_cast<unsigned char>(position >> 16),
-                                        static_cast<unsigned char>(position >> 24)};
-        engine.update(index, sizeof index);
-        elements[i].signature(engine);
-    }
+    NestedValues::sign(engine, ContainerKind::Vector, &valueOf(any));
 }
 
 void VectorType::copyValue(const void* from, void* to) const {
-    if (from == to) {
-        return;
+    if (from != to) {
+        NestedValues::assign(*static_cast<std::vector<Any>*>(to), *static_cast<const std::vector<Any>*>(from));
     }
-    const auto& source = *static_cast<const std::vector<Any>*>(from);
-    auto& target = *static_cast<std::vector<Any>*>(to);
-    // Assigning an element in place changes whatever that element holds: a source nested inside
-    // the target would change (or be freed) while it is read, so it is copied first.
-    if (nestsVector(target, from)) {
-        const std::vector<Any> snapshot(source);
-        target = snapshot;
-    } else {
-        target = source;
-    }
+}
+
+bool VectorType::equal(const Any& a, const Any& b) const {
+    return NestedValues::equal(ContainerKind::Vector, &valueOf(a), &valueOf(b));
 }
 
 // --- C-string cast ----------------------------------------------------------------------------------

@@ -10,8 +10,13 @@
 #include <foundation/tsexception.h>
 #include <foundation/tsreadabletypename.h>
 
+#include "tsnestedvalues.h"
+
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -140,16 +145,48 @@ void registerBuiltins() {
     addBuiltinType<Impl::TimeBaseType>(gTypeLabelTimeBase);
 }
 
-AnyTypeRegistry* gRegistry = nullptr;
+// The process-wide instance, published only once the built-ins are in it: every thread that sees
+// the pointer sees all of them.
+std::atomic<AnyTypeRegistry*> gRegistry{nullptr};
+// The instance while the built-in registration fills it, for the registration's own calls on the
+// creating thread (addCast, addType and the AnyType constructors all come back to instance()).
+thread_local AnyTypeRegistry* tBeingFilled = nullptr;
+// Makes the first use happen once when several threads start at the same moment. Constant-
+// initialised, so it is ready for a first use from any static initialiser.
+std::mutex gCreation;
 
-// The process-wide instance: created on first use and filled with the built-ins. The pointer is
-// set before the registration runs, so the registration's own registry calls go straight on.
-AnyTypeRegistry& instance() {
-    if (gRegistry == nullptr) {
-        gRegistry = new AnyTypeRegistry();
-        registerBuiltins();
+// The first use: makes the instance, registers the built-ins, then publishes it. If the
+// registration fails (out of memory), nothing is published and the next use starts over.
+AnyTypeRegistry& createInstance() {
+    if (tBeingFilled != nullptr) {
+        return *tBeingFilled;
     }
-    return *gRegistry;
+    const std::lock_guard<std::mutex> lock(gCreation);
+    if (AnyTypeRegistry* created = gRegistry.load(std::memory_order_acquire)) {
+        return *created; // another thread was first
+    }
+    auto registry = std::make_unique<AnyTypeRegistry>();
+    tBeingFilled = registry.get();
+    try {
+        registerBuiltins();
+        Impl::NestedValues::noteContainerTypes(AnyTypeRegistry::typeByLabel(gTypeLabelDictionary),
+                                               AnyTypeRegistry::typeByLabel(gTypeLabelVector));
+    } catch (...) {
+        tBeingFilled = nullptr;
+        throw;
+    }
+    tBeingFilled = nullptr;
+    AnyTypeRegistry* const created = registry.release();
+    gRegistry.store(created, std::memory_order_release);
+    return *created;
+}
+
+// The process-wide instance, created and filled with the built-ins on first use.
+AnyTypeRegistry& instance() {
+    if (AnyTypeRegistry* registry = gRegistry.load(std::memory_order_acquire)) {
+        return *registry;
+    }
+    return createInstance();
 }
 
 const AnyCastTable* findTable(const std::map<TypeAtom, AnyCastTable>& tables, const TypeAtom& name) {

@@ -2,6 +2,8 @@
 
 #include <dictionary/tsdictionary.h>
 
+#include "tsnestedvalues.h"
+
 #include <dictionary/tsany.h>
 #include <dictionary/tsanytype.h>
 #include <foundation/tsexception.h>
@@ -16,7 +18,9 @@ namespace Tessel::Dictionary {
 // Constant-initialised: usable from any static initialiser of a host.
 const Any Dictionary::kNullEntry;
 
-Dictionary::Dictionary(const Dictionary& other) : mEntries(other.mEntries) {}
+Dictionary::Dictionary(const Dictionary& other) {
+    Impl::NestedValues::copy(Impl::ContainerKind::Dictionary, &other, this);
+}
 
 Dictionary::~Dictionary() = default;
 
@@ -26,8 +30,8 @@ Dictionary& Dictionary::operator=(const Dictionary& other) {
     }
     // Copy before letting go of the old entries: `other` may live inside one of them.
     try {
-        Map copy(other.mEntries);
-        mEntries.swap(copy);
+        Dictionary copy(other);
+        mEntries.swap(copy.mEntries);
     } catch (...) {
         mEntries.clear();
         throw;
@@ -84,17 +88,7 @@ const Any& Dictionary::operator[](const Key& key) const {
 }
 
 bool Dictionary::operator==(const Dictionary& other) const {
-    if (mEntries.size() != other.mEntries.size()) {
-        return false;
-    }
-    auto theirs = other.mEntries.begin();
-    for (const auto& mine : mEntries) {
-        if (mine.first != theirs->first || mine.second != theirs->second) {
-            return false;
-        }
-        ++theirs;
-    }
-    return true;
+    return Impl::NestedValues::equal(Impl::ContainerKind::Dictionary, this, &other);
 }
 
 void Dictionary::write(std::ostream& /*os*/) const {
@@ -106,21 +100,7 @@ void Dictionary::read(std::istream& /*is*/) {
 }
 
 Base::SkeinHash::Engine& Dictionary::signature(Base::SkeinHash::Engine& engine) const {
-    static constexpr char kOpen = '(';
-    static constexpr char kSeparator = '|';
-    static constexpr char kClose = ')';
-    engine.update(&kOpen, 1);
-    for (const auto& [key, value] : mEntries) {
-        const std::string& keyText = key.getString();
-        engine.update(keyText.data(), keyText.size());
-        if (const AnyType* type = value.type()) {
-            const std::string& label = type->label().getString();
-            engine.update(label.data(), label.size());
-            value.signature(engine);
-        }
-        engine.update(&kSeparator, 1);
-    }
-    engine.update(&kClose, 1);
+    Impl::NestedValues::sign(engine, Impl::ContainerKind::Dictionary, this);
     return engine;
 }
 

@@ -1,6 +1,12 @@
 #ifndef TESSEL_FOUNDATION_TSEXPORT_H
 #define TESSEL_FOUNDATION_TSEXPORT_H
 
+// Every public header reaches this one. They need C++17 or later; say so at once rather than
+// through the first C++17 construct an older standard trips over.
+#if __cplusplus < 201703L
+#error "TsDictionary's headers need C++17 or later: compile with -std=c++17 or a later standard"
+#endif
+
 /// Marks a class, function or object as part of the public ABI of libTsDictionary.
 /// The library is built with hidden default visibility; only what carries this mark is exported.
 /// The same mark serves hosts that include the headers, so type information of exported classes

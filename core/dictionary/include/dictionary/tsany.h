@@ -50,6 +50,8 @@ inline constexpr bool kIsCharText =
 template <class T>
 inline constexpr bool kIsAnyValue = !std::is_base_of_v<Any, T> && !std::is_same_v<T, BindValue> &&
                                     !std::is_same_v<T, std::nullptr_t> && !kIsCharText<T>;
+
+class NestedValues;
 } // namespace Impl
 
 /// A caller's variable handed to an Any to be bound: its address and its host type.
@@ -81,7 +83,14 @@ private:
 ///
 /// A value that has a type keeps it: assignments copy or convert into the existing value (through
 /// to a bound variable); only clear(), reset(), rebinding, parse() and parseExact() change the
-/// type. Copies are deep and always own. A throwing assignment leaves the target unchanged.
+/// type. Copies are deep and always own. Values nest to any depth: copying, comparing, signing
+/// and destroying do not recurse on the C++ stack (a value must not contain itself, which only a
+/// binding can do).
+///
+/// What a throwing assignment leaves: a scalar, string or time base is unchanged; a dictionary
+/// whose copy fails is left empty; a vector is assigned element by element, so it may stop
+/// half-way, with the elements before the failing one assigned, that one left as its own type's
+/// assignment leaves it, and the rest as they were.
 ///
 /// Values are written as they are in C++:
 ///
@@ -148,8 +157,9 @@ public:
 
     /// Copies `other` into this value: an empty target takes an owned copy of `other`'s type; a
     /// typed target keeps its type and copies (same type) or converts (registered cast) into its
-    /// value. Throws AnyNullException for an empty `other` or AnyCastException without a cast;
-    /// either way the target is unchanged.
+    /// value. Throws AnyNullException for an empty `other` or AnyCastException without a cast,
+    /// leaving the target unchanged; a vector target copies element by element and may stop
+    /// half-way (see the class comment).
     Any& operator=(const Any& other);
     /// Drops whatever is held and binds to the caller's variable (empty if it throws).
     Any& operator=(const BindValue& value);
@@ -329,6 +339,7 @@ protected:
 
 private:
     friend class AnyType;
+    friend class Impl::NestedValues;
 
     const AnyType* mType = nullptr;
     void* mValue = nullptr;

@@ -143,8 +143,11 @@ public:
     /// Per element: its index as 4 bytes little-endian, then the element's own feed.
     void signature(Base::SkeinHash::Engine& engine, const Any& any) const override;
     /// The vector's copy assignment (elements assigned by Any::operator=, surplus dropped, the rest
-    /// appended as copies). A source nested inside the target is copied first.
+    /// appended as copies). A source nested inside the target is copied first. Nested vectors are
+    /// assigned the same way at any depth; an element whose assignment throws stops it half-way.
     void copyValue(const void* from, void* to) const override;
+    /// Same length and elements equal by Any::operator==, position by position.
+    bool equal(const Any& a, const Any& b) const override;
 };
 
 /// The value conversion of the numeric cast matrix: static_cast, except that a floating-point

@@ -21,8 +21,9 @@ namespace Tessel::Dictionary {
 
 /// The process-wide index of value types (by label, by name and alias) and casts (by source and
 /// by target name). Created on the first use of any static operation, which also registers the
-/// built-in types and casts. That first use must complete on one thread before others use the
-/// library; afterwards lookups may run concurrently, while addType/addCast exclude all other use.
+/// built-in types and casts, once: threads that make their first use at the same time all wait for
+/// it and then see every built-in type. Lookups may run concurrently, while addType/addCast
+/// exclude all other use.
 class TS_API AnyTypeRegistry {
 public:
     /// An empty registry (no built-ins). The library itself only uses the process-wide one.

@@ -31,7 +31,8 @@ namespace Tessel::Dictionary {
 ///
 /// Entries iterate in the order in which their key texts were first interned in the process (not
 /// alphabetically, not by insertion). Copies are deep and own every value, also where the source's
-/// entries are bound to host variables. Lookups compare 32-bit atoms only.
+/// entries are bound to host variables. Lookups compare 32-bit atoms only. Dictionaries and vectors
+/// nest to any depth: copies, comparison, signature and destruction keep the C++ stack flat.
 ///
 ///     Dictionary clip{{"width", 1920}, {"fps", TimeBase(TimeBase::k29_97)}};
 ///     if (clip.contains("width")) { ... }          // a lookup by text interns nothing
@@ -177,6 +178,8 @@ private:
     static std::string_view textOf(const char* text) noexcept {
         return text == nullptr ? std::string_view() : std::string_view(text);
     }
+
+    friend class Impl::NestedValues;
 
     Map mEntries;
 };
