@@ -16,7 +16,7 @@
 #     CPack writes no ldconfig calls; libc's ldconfig trigger (debian/triggers) runs instead.
 #   I binary-has-unneeded-section .comment: CPack strips with plain `strip`, which keeps the
 #     compilers' version notes.
-#   I hardening-no-fortify-functions: built with -D_FORTIFY_SOURCE=2, but the libc calls left
+#   I hardening-no-fortify-functions (tsdict): built with -D_FORTIFY_SOURCE=2, but its libc calls
 #     (fread into a buffer sized at run time, memcpy) have no fortified form to pick.
 #   I no-symbols-control-file: the shlibs file states the dependency (>= this version); a symbols
 #     file listing every mangled C++ symbol would need hand upkeep for each release.
