@@ -2,7 +2,8 @@
 # Installs the Debian packages that building and testing TsDictionary needs, skipping those
 # already present. Options, any number of them: --sanitizers adds Clang 14 and its sanitizer
 # runtimes (the asan, tsan and fuzz presets), --valgrind adds Valgrind and jq
-# (scripts/run-valgrind.sh), --coverage adds gcovr (scripts/coverage.sh).
+# (scripts/run-valgrind.sh), --coverage adds gcovr (scripts/coverage.sh), --packaging adds
+# dpkg-dev, file and lintian (Debian packages: cpack --preset package).
 set -euo pipefail
 
 packages=(cmake ninja-build g++ pkg-config libboost-dev libboost-thread-dev libboost-program-options-dev
@@ -12,6 +13,7 @@ for option in "$@"; do
     --sanitizers) packages+=(clang-14 libclang-rt-14-dev) ;;
     --valgrind) packages+=(valgrind jq) ;;
     --coverage) packages+=(gcovr) ;;
+    --packaging) packages+=(dpkg-dev file lintian) ;;
     *) echo "install-deps.sh: unknown option $option" >&2; exit 2 ;;
   esac
 done

@@ -1,6 +1,16 @@
 #ifndef TESSEL_FOUNDATION_TSEXCEPTION_H
 #define TESSEL_FOUNDATION_TSEXCEPTION_H
 
+/// @file
+/// The library's exceptions: keyed information items, user messages filled from them, chains of
+/// earlier exceptions and a framed report, all thrown through one procedure (TS_THROW).
+///
+///     try {
+///         TS_THROW(Tessel::Base::NotImplemented, "MyHost::render", Tessel::Base::ExceptionInfo<int>("Frame", 12));
+///     } catch (const Tessel::Base::Exception& e) {
+///         std::cerr << e.userMessage() << '\n' << e.report(); // "Unimplemented code path.", then
+///     }                                                      // class, throw site and items
+
 #include <foundation/tsexport.h>
 #include <foundation/tsreadabletypename.h>
 
@@ -19,7 +29,9 @@ namespace Tessel::Base {
 /// The key is a pointer to a string literal: it is copied as a pointer, never as text.
 class TS_API ExceptionInfoBase {
 public:
+    /// An item under `key`, which must outlive the item (a string literal).
     explicit ExceptionInfoBase(const char* key) noexcept : mKey(key) {}
+    /// Destroys the value.
     virtual ~ExceptionInfoBase();
 
     /// A new heap copy of the item (same key pointer, copied value). The caller owns it.
@@ -31,7 +43,9 @@ public:
     const char* key() const noexcept { return mKey; }
 
 protected:
+    /// Copies the key pointer; for clone().
     ExceptionInfoBase(const ExceptionInfoBase&) = default;
+    /// Copies the key pointer.
     ExceptionInfoBase& operator=(const ExceptionInfoBase&) = default;
 
 private:
@@ -42,9 +56,12 @@ private:
 template <class T>
 class ExceptionInfo : public ExceptionInfoBase {
 public:
+    /// The item `value` under `key` (a string literal).
     ExceptionInfo(const char* key, const T& value) : ExceptionInfoBase(key), mValue(value) {}
 
+    /// A new heap copy of this item. The caller owns it.
     ExceptionInfoBase* clone() const override { return new ExceptionInfo(*this); }
+    /// Writes the value with `os << value()` and returns `os`.
     std::ostream& writeValue(std::ostream& os) const override { return os << mValue; }
     /// typeid(T).
     virtual const std::type_info& valueType() const { return typeid(T); }
@@ -67,13 +84,16 @@ extern template class TS_API ExceptionInfo<int>;
 /// placeholders "%%(Key)%%" are filled from the other items only when the text is read.
 class TS_API ExceptionDecoration {
 public:
+    /// The items by key text; the decoration owns the pointed-to items.
     using ItemMap = std::map<std::string, ExceptionInfoBase*>;
 
+    /// No items.
     ExceptionDecoration() = default;
     /// Clones every item.
     ExceptionDecoration(const ExceptionDecoration& other);
     /// Replaces the items with clones of `other`'s; on failure nothing changes.
     ExceptionDecoration& operator=(const ExceptionDecoration& other);
+    /// Deletes the items.
     virtual ~ExceptionDecoration();
 
     /// Stores a clone of `item` under its key; an item already under that key is replaced.
@@ -119,9 +139,13 @@ private:
 /// Deliberately not derived from std::exception.
 class TS_API Exception : public ExceptionDecoration {
 public:
+    /// No items and no earlier exceptions.
     Exception() = default;
+    /// Copies the items and the chain of earlier exceptions.
     Exception(const Exception& other) = default;
+    /// Replaces the items and the chain with copies of `other`'s; on failure nothing changes.
     Exception& operator=(const Exception& other);
+    /// Deletes the items and the chain.
     ~Exception() override;
 
     /// Writes the framed "EXCEPTION REPORT".
@@ -141,11 +165,15 @@ private:
 /// Thrown where a code path is not implemented. "Unimplemented code path."
 class TS_API NotImplemented : public Exception {
 public:
+    /// Adds the user message.
     NotImplemented();
+    /// Copies the items and the chain of earlier exceptions.
     NotImplemented(const NotImplemented& other) = default;
+    /// Deletes the items.
     ~NotImplemented() override;
 };
 
+/// Helpers of the throw procedure; not for direct use.
 namespace Impl {
 /// Adds "ThrowFile", "ThrowLine", "ThrowFunction" and "ExceptionClass" (readable name of
 /// `dynamicClass`) to `exception`, in that order. A null `file` or `function` leaves its item out.

@@ -1,6 +1,15 @@
 #ifndef TESSEL_FOUNDATION_TSEXPORT_H
 #define TESSEL_FOUNDATION_TSEXPORT_H
 
+/// @file
+/// TS_API, the mark of everything libTsDictionary exports, and the check that a host compiles
+/// the headers as C++17 or later. Every public header includes it; a host needs it only to
+/// export classes of its own the same way.
+///
+///     class TS_API Registry;                         // exported from the library
+///     TS_API std::string readableTypeName(const char* rawName);
+///     // g++ -std=c++14 host.cpp: "#error TsDictionary's headers need C++17 or later: ..."
+
 // Every public header reaches this one. They need C++17 or later; say so at once rather than
 // through the first C++17 construct an older standard trips over.
 #if __cplusplus < 201703L

@@ -1,6 +1,16 @@
 #ifndef TESSEL_FOUNDATION_TSNAMEATOM_H
 #define TESSEL_FOUNDATION_TSNAMEATOM_H
 
+/// @file
+/// Interned names: NameAtom, a four-byte handle of a text held once per process in the table of
+/// its tag (NameAtomManager), compared and ordered as an integer.
+///
+///     using Key = Tessel::Base::NameAtom<Tessel::Dictionary::Any>;
+///     const Key width("width");                    // interned once
+///     bool same = width == Key("width");           // true: the same index
+///     const std::string& text = width.getString(); // "width", valid for the rest of the process
+///     auto unknown = Key::find("never used");      // nothing: find() interns nothing
+
 #include <foundation/tsexport.h>
 
 #include <boost/thread/mutex.hpp>
@@ -34,8 +44,11 @@ public:
     /// Makes a new manager (under a creation mutex shared by all tags). Used once per tag.
     static NameAtomManager* create();
 
+    /// A table holding only the empty text, at index 0.
     NameAtomManager();
+    /// Deleted: a table is never copied.
     NameAtomManager(const NameAtomManager&) = delete;
+    /// Deleted: a table is never assigned.
     NameAtomManager& operator=(const NameAtomManager&) = delete;
 
     /// Interns `text` and returns its index; the empty text is 0 and takes no lock.
@@ -98,8 +111,11 @@ public:
     /// The atom's text (valid for the rest of the process).
     const std::string& getString() const { return getManager().getString(index); }
 
+    /// Equal exactly when the texts are equal.
     friend bool operator==(NameAtom a, NameAtom b) noexcept { return a.index == b.index; }
+    /// Different exactly when the texts differ.
     friend bool operator!=(NameAtom a, NameAtom b) noexcept { return a.index != b.index; }
+    /// Ordered by first interning, not alphabetically.
     friend bool operator<(NameAtom a, NameAtom b) noexcept { return a.index < b.index; }
 
     /// Writes the atom's text.

@@ -1,6 +1,16 @@
 #ifndef TESSEL_FOUNDATION_TSREADABLETYPENAME_H
 #define TESSEL_FOUNDATION_TSREADABLETYPENAME_H
 
+/// @file
+/// readableTypeName: the names of host types as error messages and reports show them,
+/// demangled from the compiler's type_info names.
+///
+///     Tessel::Base::readableTypeName("i");                   // "int"
+///     Tessel::Base::readableTypeName<std::vector<int>>();    // "std::vector<int,  std::allocator<int> >"
+///     Tessel::Base::readableTypeName(typeid(double));        // "double"
+///     Tessel::Base::readableTypeNameOf(error);    // of a caught Tessel::Base::Exception& error:
+///                                                 // "Tessel::Dictionary::AnyCastException"
+
 #include <foundation/tsexport.h>
 
 #include <string>

@@ -1,6 +1,16 @@
 #ifndef TESSEL_FOUNDATION_TSSKEINHASH_H
 #define TESSEL_FOUNDATION_TSSKEINHASH_H
 
+/// @file
+/// Skein-256 with a 256-bit digest: an engine fed bytes piece by piece, the digest it yields, and
+/// the digest's text form of 64 hexadecimal digits.
+///
+///     Tessel::Base::SkeinHash::Engine engine;
+///     engine.update("ab", 2).update("c", 1);           // the same as one feed of "abc"
+///     Tessel::Base::SkeinHash::Digest digest = engine.digest();
+///     std::cout << digest;  // bc92c7943ebfa32889b279161fede6b364f9c504434a84fa1d12f52127ef5487
+///     bool same = digest == Tessel::Base::SkeinHash::Engine().update("abc", 3).digest(); // true
+
 #include <foundation/tsexport.h>
 
 #include <array>

@@ -1,6 +1,17 @@
 #ifndef TESSEL_FOUNDATION_TSTIMEBASE_H
 #define TESSEL_FOUNDATION_TSTIMEBASE_H
 
+/// @file
+/// TimeBase: a frame rate held as an exact fraction, its text forms, its NTSC and drop-frame
+/// flags, and the conversion of frame counts and positions between rates.
+///
+///     const Tessel::Base::TimeBase ntsc("29.97");              // 30000/1001
+///     std::string text = ntsc.rateText();                      // "29.97"
+///     bool drop = ntsc.isDropFrameRate();                      // true
+///     const Tessel::Base::TimeBase film(24, false), pal(25, false), video(Tessel::Base::TimeBase::k30);
+///     Tessel::Base::TimeBase::convertFrame(13, film, pal);          // 14
+///     Tessel::Base::TimeBase::convertFramePulldown(2, film, video); // 3, by the 2:3 cadence
+
 #include <foundation/tsexport.h>
 
 #include <string>

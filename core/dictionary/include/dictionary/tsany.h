@@ -1,6 +1,16 @@
 #ifndef TESSEL_DICTIONARY_TSANY_H
 #define TESSEL_DICTIONARY_TSANY_H
 
+/// @file
+/// Any, the dynamically typed value: empty, owning one value of a registered type, or bound to a
+/// variable of the host; BindValue hands such a variable over.
+///
+///     Any width = 1920;                    // owns an "int32"
+///     int playhead = 0;
+///     Any bound{Tessel::Dictionary::BindValue(playhead)};   // refers to playhead
+///     bound = width;                       // playhead == 1920
+///     double d = width.as<double>();       // a converting read: 1920.0
+
 #include <dictionary/tsanyexception.h>
 #include <dictionary/tsanytype.h>
 #include <dictionary/tsanytyperegistry.h>

@@ -1,6 +1,17 @@
 #ifndef TESSEL_DICTIONARY_TSANYEXCEPTION_H
 #define TESSEL_DICTIONARY_TSANYEXCEPTION_H
 
+/// @file
+/// The errors of values and dictionaries: AnyException and the subclasses that say what went
+/// wrong, each with a user message filled from its items.
+///
+///     try {
+///         Any text = "intro";
+///         text = 2.5;                      // a "string" keeps its type: no cast from double
+///     } catch (const AnyCastException& e) {
+///         std::cerr << e.userMessage();    // "Don't know how to cast dictionary entry from type 'double' ..."
+///     }
+
 #include <foundation/tsexception.h>
 
 namespace Tessel::Dictionary {
@@ -8,8 +19,11 @@ namespace Tessel::Dictionary {
 /// Base of the errors of values and dictionaries. Carries no user message of its own.
 class TS_API AnyException : public Base::Exception {
 public:
+    /// No items.
     AnyException() = default;
+    /// Copies every item.
     AnyException(const AnyException& other) = default;
+    /// Deletes the items.
     ~AnyException() override;
 };
 
@@ -17,32 +31,44 @@ public:
 /// "Attempted to access an empty dictionary entry."
 class TS_API AnyNullException : public AnyException {
 public:
+    /// Sets the user message.
     AnyNullException();
+    /// Copies every item.
     AnyNullException(const AnyNullException& other) = default;
+    /// Deletes the items.
     ~AnyNullException() override;
 };
 
 /// A value was asked for as a host type it cannot be viewed as ("FromType", "ToType").
 class TS_API AnyDereferenceException : public AnyException {
 public:
+    /// Sets the user message; the throw site adds the items.
     AnyDereferenceException();
+    /// Copies every item.
     AnyDereferenceException(const AnyDereferenceException& other) = default;
+    /// Deletes the items.
     ~AnyDereferenceException() override;
 };
 
 /// A host type has no registered value type ("Type").
 class TS_API AnyUnknownTypeException : public AnyException {
 public:
+    /// Sets the user message; the throw site adds the items.
     AnyUnknownTypeException();
+    /// Copies every item.
     AnyUnknownTypeException(const AnyUnknownTypeException& other) = default;
+    /// Deletes the items.
     ~AnyUnknownTypeException() override;
 };
 
 /// No conversion is registered between two host types ("FromType", "ToType").
 class TS_API AnyCastException : public AnyException {
 public:
+    /// Sets the user message; the throw site adds the items.
     AnyCastException();
+    /// Copies every item.
     AnyCastException(const AnyCastException& other) = default;
+    /// Deletes the items.
     ~AnyCastException() override;
 };
 
@@ -54,6 +80,7 @@ public:
     AnyPathException();
     /// Copies every item.
     AnyPathException(const AnyPathException& other) = default;
+    /// Deletes the items.
     ~AnyPathException() override;
 };
 
@@ -66,6 +93,7 @@ public:
     AnyParseException();
     /// Copies every item.
     AnyParseException(const AnyParseException& other) = default;
+    /// Deletes the items.
     ~AnyParseException() override;
 };
 
@@ -78,6 +106,7 @@ public:
     AnyInexactConversionException();
     /// Copies the items.
     AnyInexactConversionException(const AnyInexactConversionException& other) = default;
+    /// Deletes the items.
     ~AnyInexactConversionException() override;
 };
 

@@ -1,6 +1,16 @@
 #ifndef TESSEL_DICTIONARY_TSANYTYPE_H
 #define TESSEL_DICTIONARY_TSANYTYPE_H
 
+/// @file
+/// The descriptors of the type system: AnyType describes one value type (host type, label,
+/// aliases and the operations on its values), AnyCast one conversion between two host types.
+///
+///     const AnyType* int32 = AnyTypeRegistry::typeByLabel(gTypeLabelInt32);
+///     std::cout << int32->label() << ' ' << int32->name();   // "int32 i": label, type_info name
+///     Any value = 1920;
+///     bool same = value.type() == int32;                     // true: one object per value type
+///     for (const AnyCast* cast : AnyTypeRegistry::casts()) { /* cast->kind(): Exact or Checked */ }
+
 #include <foundation/tsexport.h>
 #include <foundation/tsnameatom.h>
 #include <foundation/tsnoncopyable.h>

@@ -1,6 +1,16 @@
 #ifndef TESSEL_DICTIONARY_TSANYTYPEIMPLEMENTATIONS_H
 #define TESSEL_DICTIONARY_TSANYTYPEIMPLEMENTATIONS_H
 
+/// @file
+/// The implementations of the built-in types and casts, public so that a host can register a
+/// value type of its own from any T with `<<`, `>>` and `==`, and casts to and from it.
+///
+///     struct Point { int x, y; bool operator==(const Point&) const; };  // plus << and >>: "3,-4"
+///     AnyTypeRegistry::addType(new Impl::TemplatedAnyType<Point>(TypeAtom("point")));
+///     Any p = Point{3, -4};                   // a "point"
+///     std::string text = p.exactText();       // "3,-4", its text form
+///     bool same = p == Any(Point{3, -4});     // true, by Point's ==
+
 #include <dictionary/tsany.h>
 #include <dictionary/tsanytype.h>
 #include <dictionary/tsdictionary.h>
@@ -106,7 +116,9 @@ public:
 /// with its framed feed. It has no text form.
 class TS_API DictionaryType : public CopyTemplateAnyType<Dictionary> {
 public:
+    /// Describes Dictionary under `label` ("dictionary" for the built-in type).
     explicit DictionaryType(const TypeAtom& label);
+    /// Nothing of its own to free.
     ~DictionaryType() override;
     /// Throws NotImplemented from Dictionary::write; nothing is written.
     void write(std::ostream& os, const Any& any) const override;
@@ -120,7 +132,9 @@ public:
 /// signed as (4-byte little-endian index, element feed) per element. It has no text form.
 class TS_API VectorType : public CopyTemplateAnyType<std::vector<Any>> {
 public:
+    /// Describes std::vector<Any> under `label` ("vector" for the built-in type).
     explicit VectorType(const TypeAtom& label);
+    /// Nothing of its own to free.
     ~VectorType() override;
     /// Throws NotImplemented; nothing is written.
     void write(std::ostream& os, const Any& any) const override;

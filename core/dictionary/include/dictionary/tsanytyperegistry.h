@@ -1,6 +1,16 @@
 #ifndef TESSEL_DICTIONARY_TSANYTYPEREGISTRY_H
 #define TESSEL_DICTIONARY_TSANYTYPEREGISTRY_H
 
+/// @file
+/// AnyTypeRegistry, the process-wide index of value types and casts, with the built-in ones
+/// registered on first use; a host adds types and casts of its own here.
+///
+///     const AnyType* timebase = AnyTypeRegistry::typeByLabel("timebase");
+///     Any rate;
+///     rate.parseExact("29.97", *timebase);                    // 30000/1001
+///     std::size_t conversions = AnyTypeRegistry::casts().size(); // 206 built in
+///     AnyTypeRegistry::addType(new Impl::TemplatedAnyType<Point>(TypeAtom("point")));
+
 #include <dictionary/tsanytype.h>
 #include <foundation/tsexport.h>
 

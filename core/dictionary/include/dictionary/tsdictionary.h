@@ -1,6 +1,15 @@
 #ifndef TESSEL_DICTIONARY_TSDICTIONARY_H
 #define TESSEL_DICTIONARY_TSDICTIONARY_H
 
+/// @file
+/// Dictionary, the container of named values: an ordered map from interned names to Any.
+///
+///     Dictionary clip{{"width", 1920}, {"name", "intro"}};
+///     clip["fps"] = Tessel::Base::TimeBase(Tessel::Base::TimeBase::k29_97);  // inserts the entry
+///     for (const auto& [key, value] : clip)
+///         std::cout << key << '\n';           // width, name, fps: first-interning order
+///     const Any& none = std::as_const(clip)["none"];  // the shared empty entry; inserts nothing
+
 #include <dictionary/tsany.h>
 #include <foundation/tsexport.h>
 #include <foundation/tsnameatom.h>
@@ -31,12 +40,17 @@ namespace Tessel::Dictionary {
 ///     Dictionary kept = std::move(clip);             // constant time; `clip` is now empty
 class TS_API Dictionary {
 public:
+    /// A key: an interned name.
     using Key = Base::NameAtom<Any>;
+    /// The entries, ordered by key atom (first interning).
     using Map = std::map<Key, Any>;
+    /// Iterates the entries in key order; the value can be changed.
     using iterator = Map::iterator;
+    /// Iterates the entries in key order, read only.
     using const_iterator = Map::const_iterator;
     /// One entry: its key and its value.
     using value_type = Map::value_type;
+    /// A count of entries.
     using size_type = std::size_t;
 
     /// An empty dictionary.
@@ -132,10 +146,13 @@ public:
     /// Exchanges the entries of two dictionaries without copying a value.
     void swap(Dictionary& other) noexcept { mEntries.swap(other.mEntries); }
 
-    /// Iteration in key order over pairs of (name, value).
+    /// The first entry in key order: pairs of (name, value).
     iterator begin() noexcept { return mEntries.begin(); }
+    /// Past the last entry.
     iterator end() noexcept { return mEntries.end(); }
+    /// The first entry in key order, read only.
     const_iterator begin() const noexcept { return mEntries.begin(); }
+    /// Past the last entry, read only.
     const_iterator end() const noexcept { return mEntries.end(); }
 
     /// Same keys, and values equal by Any::operator== (same type and equal), in key order.

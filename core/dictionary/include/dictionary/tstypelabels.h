@@ -1,6 +1,14 @@
 #ifndef TESSEL_DICTIONARY_TSTYPELABELS_H
 #define TESSEL_DICTIONARY_TSTYPELABELS_H
 
+/// @file
+/// The labels of the sixteen built-in value types, interned once when the library is loaded.
+///
+///     Any value = 2.5;
+///     bool isDouble = value.type()->label() == gTypeLabelDouble;          // true
+///     const AnyType* strings = AnyTypeRegistry::typeByLabel(gTypeLabelString);
+///     std::cout << gTypeLabelTimeBase;                                     // "timebase"
+
 #include <foundation/tsexport.h>
 #include <foundation/tsnameatom.h>
 
