@@ -2,8 +2,7 @@
 #   runtime      -> libtsdictionary1       the shared library
 #   development  -> libtsdictionary-dev    headers, CMake package, pkg-config file
 #   tsdict       -> tsdict                 the command-line tool
-#   python       -> python3-tsdictionary   the Python module (packaged once python/ installs
-#                                          anything under COMPONENT python)
+#   python       -> python3-tsdictionary   the Python module (when python/ is built)
 # Each package carries the copyright file and changelog in /usr/share/doc/<package>. Build them
 # with the "package" presets (prefix /usr, so the library goes to the multiarch directory, and
 # Debian's hardening flags):
@@ -16,8 +15,9 @@
 #     CPack writes no ldconfig calls; libc's ldconfig trigger (debian/triggers) runs instead.
 #   I binary-has-unneeded-section .comment: CPack strips with plain `strip`, which keeps the
 #     compilers' version notes.
-#   I hardening-no-fortify-functions (tsdict): built with -D_FORTIFY_SOURCE=2, but its libc calls
-#     (fread into a buffer sized at run time, memcpy) have no fortified form to pick.
+#   I hardening-no-fortify-functions (tsdict, python3-tsdictionary): built with
+#     -D_FORTIFY_SOURCE=2, but their libc calls (fread into a buffer sized at run time, memcpy)
+#     have no fortified form to pick.
 #   I no-symbols-control-file: the shlibs file states the dependency (>= this version); a symbols
 #     file listing every mangled C++ symbol would need hand upkeep for each release.
 
