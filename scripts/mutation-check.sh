@@ -13,7 +13,8 @@
 #
 # TSD_MUTATION_CTEST_ARGS adds arguments to every ctest call, e.g. -R '^Skein' to ask whether one
 # suite alone catches a fault.
-# Uses its own build tree, build/mutation (Release, GCC), so other builds are left alone.
+# Uses its own build tree, build/mutation (Release, GCC; the C++ suites only, without the Python
+# package, the command-line tool and the reference), so other builds are left alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -99,7 +100,8 @@ build=build/mutation
 if [[ ! -f $build/build.ninja ]]; then
   cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=g++ \
     -DTSD_BUILD_BENCHMARKS=OFF -DTSD_BUILD_EXAMPLES=OFF -DTSD_BUILD_TESTS=ON \
-    -DTSD_BUILD_RELIABILITY_TESTS=ON -DCMAKE_LINK_DEPENDS_NO_SHARED=ON >/dev/null
+    -DTSD_BUILD_RELIABILITY_TESTS=ON -DCMAKE_LINK_DEPENDS_NO_SHARED=ON \
+    -DTSD_BUILD_PYTHON=OFF -DTSD_BUILD_TOOLS=OFF -DTSD_BUILD_DOCS=OFF >/dev/null
 fi
 echo "baseline build and tests"
 cmake --build "$build" -j "$jobs" >/dev/null
