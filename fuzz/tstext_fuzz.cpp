@@ -2,10 +2,11 @@
 // bound variable or a value of the type), Any::read of several values from one stream under any
 // format, and Any::parseExact. Input: a mode byte (0 parse, 1 read, 2 exact), then per mode below.
 // Invariants: parse leaves a value of the type (a container keeps its empty container and throws
-// NotImplemented), never writes the variable it was bound to, copies equal and sign the same; its
-// text is a fixed point after one trip, and its exactText reads back bit for bit; read of an empty
-// value or a container reads nothing; parseExact accepts a text as a value whose exactText reads
-// back to itself (a string: the whole text), or throws AnyParseException and changes nothing.
+// NotImplemented), never writes the variable it was bound to, copies equal and sign the same, and
+// its exactText reads back bit for bit; read of an empty value or a container reads nothing, of
+// any other value text that is a fixed point after one more trip; parseExact accepts a text as a
+// value whose exactText reads back to itself (a string: the whole text), or throws
+// AnyParseException and changes nothing.
 
 #include "tsfuzzsupport.h"
 
@@ -19,11 +20,6 @@ using namespace TsFuzz;
 using F = std::ios_base;
 
 namespace {
-std::string reparsed(const std::string& text, const AnyType& type) {
-    Any any;
-    any.parse(text, type);
-    return textOf(any);
-}
 std::string reread(const std::string& text, const AnyType& type, const std::ios& format) {
     Any any = defaultOf(type);
     std::istringstream in(text);
@@ -54,8 +50,6 @@ void parse(Input& in) {
     }
     const Any copy(any);
     TSFUZZ_CHECK(variable == 7 && any.type() == &type && copy == any && signatureOf(copy) == signatureOf(any));
-    const std::string once = reparsed(textOf(any), type);
-    TSFUZZ_CHECK(reparsed(once, type) == once);
     Any exact;
     exact.parseExact(any.exactText(), type);
     TSFUZZ_CHECK(Tessel::Testing::exactlyEqual(exact, any));
