@@ -1,10 +1,9 @@
-// Operations on three dictionaries and the dictionaries and vectors nested in them: assignment,
-// erasure, const lookup, copies, values copied into themselves and back, binding. Invariants: a failed
-// assignment changes nothing; erase reports and removes exactly its key; const lookups insert
-// nothing and give the shared empty entry for a missing key; copies are equal, sign the same and
+// Operations on three dictionaries and the containers nested in them: assignment, erasure, const
+// lookup, copies (into themselves too), binding. Invariants: a failed assignment changes nothing;
+// erase removes exactly its key; const lookups insert nothing; copies are equal, sign the same and
 // are independent; a bound entry writes through; == is symmetric and equal values sign equally.
-// Input: per operation a non-zero byte, a root, a key that may lead to a nested dictionary, the
-// key operated on, the operation and its values.
+// Input: per operation a non-zero byte, a root, a key to a nested dictionary, the key, the
+// operation and its values.
 
 #include "tsfuzzsupport.h"
 

@@ -69,8 +69,8 @@ inline const AnyType& builtIn(unsigned index) {
 inline bool isContainer(const AnyType& type) {
     return type.label() == gTypeLabelDictionary || type.label() == gTypeLabelVector;
 }
-/// An Any owning the value-initialised value of `type` (parsed from no text; a container type,
-/// which has no text form, throws but holds its empty container).
+/// An Any owning the value-initialised value of `type` (a container type has no text form: parse
+/// throws but leaves its empty container).
 inline Any defaultOf(const AnyType& type) {
     Any any;
     try {

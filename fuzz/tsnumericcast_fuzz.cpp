@@ -2,18 +2,14 @@
 // targets. Invariants: every numeric pair converts; an assignment keeps the target's type and
 // either converts (through to a bound variable) or throws AnyCastException and changes nothing;
 // NaN gives an integer 0; a numeric value taken back and converted again is unchanged (rounding,
-// wrapping and saturation settle after one trip); booleans, integers of 16 bits and more, and
-// time bases with 32-bit fields read back their own text.
+// wrapping and saturation settle after one trip). (Text read back: tstext_fuzz.)
 // Input: how the source value is made (integer, double or float bits, or a text) and its bits,
 // the source's label, the target's label, whether the target is bound.
 
 #include "tsfuzzsupport.h"
 
 #include <dictionary/tsanyexception.h>
-#include <foundation/tstimebase.h>
 
-#include <climits>
-#include <initializer_list>
 
 using namespace TsFuzz;
 
@@ -26,16 +22,6 @@ const AnyType& pick(std::uint8_t byte) { // numbers mostly, sometimes the string
 }
 bool isNumber(const AnyType* type) {
     return type != &builtIn(12) && type != &builtIn(15);
-}
-bool isOneOf(const AnyType& type, std::initializer_list<unsigned> labels) {
-    return std::any_of(labels.begin(), labels.end(), [&type](unsigned label) { return &type == &builtIn(label); });
-}
-bool readsBackItsText(const Any& any) { // no whitespace character, no rounded float, no 64-bit field
-    if (any.type() == &builtIn(15)) {
-        const auto& rate = any.ref<Tessel::Base::TimeBase>();
-        return rate.numerator <= UINT_MAX && rate.denominator <= UINT_MAX;
-    }
-    return isOneOf(*any.type(), {0, 4, 5, 6, 7, 8, 9});
 }
 } // namespace
 
@@ -64,15 +50,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         target = source;
         TSFUZZ_CHECK(!bound || signatureOf(variable) == signatureOf(target));
-        const bool nanIntoInteger = source != source && isOneOf(type, {1, 2, 3, 4, 5, 6, 7, 8, 9}); // NaN != NaN
+        const bool nanIntoInteger = source != source && type.label() != gTypeLabelBool && isNumber(&type) &&
+                                    &type != &builtIn(10) && &type != &builtIn(11); // NaN != NaN
         TSFUZZ_CHECK(!nanIntoInteger || signatureOf(target) == signatureOf(defaultOf(type)));
     } catch (const AnyCastException&) {
         TSFUZZ_CHECK((!isNumber(&type) || !isNumber(source.type())) && signatureOf(target) == before);
     }
     TSFUZZ_CHECK(target.type() == &type);
-    Any reread;
-    reread.parse(textOf(target), type);
-    TSFUZZ_CHECK(!readsBackItsText(target) || reread == target);
     if (isNumber(&type) && isNumber(source.type())) {
         Any back = defaultOf(*source.type()), again = defaultOf(type);
         back = target;

@@ -26,19 +26,10 @@ Any holding(const T& value) {
     return any;
 }
 
-inline Any element(const Any& value) {
-    return value;
-}
-
-template <class T>
-Any element(const T& value) {
-    return holding(value);
-}
-
-// A vector of these elements; a value that is not an Any yet becomes an owned copy.
+// A vector of these elements, each converted as Any's value constructors do.
 template <class... T>
 Any vectorOf(const T&... elements) {
-    return holding(std::vector<Any>{element(elements)...});
+    return holding(std::vector<Any>{Any(elements)...});
 }
 
 inline Dictionary dictOf(std::initializer_list<std::pair<const char*, Any>> entries) {
