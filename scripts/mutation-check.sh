@@ -34,7 +34,7 @@ done
 
 # id @ file @ exact text (must occur once; \n for a line break) @ replacement @ what it breaks
 faults=$(cat <<'LIST'
-atom-find@foundation/src/tsnameatom.cpp@return found == indexByText.end() ? 0U : found->second;@return found == indexByText.end() ? 1U : found->second;@an unknown text is found as index 1
+atom-find@foundation/src/tsnameatom.cpp@return find(text).value_or(0U);@return find(text).value_or(1U);@an unknown text is found as index 1
 atom-index@foundation/src/tsnameatom.cpp@const auto newIndex = static_cast<std::uint32_t>(textByIndex.size());@const auto newIndex = static_cast<std::uint32_t>(textByIndex.size() + 1);@a new text gets an index one too high
 atom-last@foundation/src/tsnameatom.cpp@return entryCount.load(std::memory_order_acquire) - 1;@return entryCount.load(std::memory_order_acquire);@lastIndex is the count, not the highest index
 atom-order@foundation/include/foundation/tsnameatom.h@return a.index < b.index; }@return a.index > b.index; }@atoms order by reverse interning
