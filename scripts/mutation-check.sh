@@ -74,7 +74,7 @@ any-ref-alias@core/dictionary/include/dictionary/tsany.h@if (!mType->supportsTyp
 any-get-exact@core/dictionary/include/dictionary/tsany.h@    if (mType->matchesType(typeid(T))) {@    if (mType->matchesType(typeid(T)) && false) {@a converting read of the held type goes through a cast
 dict-has@core/dictionary/src/tsdictionary.cpp@return mEntries.find(key) != mEntries.end();@return mEntries.find(key) == mEntries.end();@hasEntry answers the opposite
 dict-erase@core/dictionary/src/tsdictionary.cpp@return mEntries.erase(key) != 0;@return mEntries.erase(key) == 0;@erase reports the opposite
-dict-separator@core/dictionary/src/tsdictionary.cpp@        engine.update(&kSeparator, 1);@        (void)kSeparator;@the signature leaves out the entry separator
+dict-separator@core/dictionary/src/tsnestedvalues.cpp@            feedByte(engine, '|');\n        }\n        feedByte(engine, ')');@            (void)0;\n        }\n        feedByte(engine, ')');@the signature leaves out the entry separator
 registry-alias@core/dictionary/src/tsanytypemanagement.cpp@if (findType(registry.typesByName, alias) == nullptr) {@if (findType(registry.typesByName, alias) != nullptr) {@aliases are never entered
 registry-target@core/dictionary/src/tsanytypemanagement.cpp@AnyCast*& byTarget = registry.castsByTarget[cast->toName()][cast->fromName()];@AnyCast*& byTarget = registry.castsByTarget[cast->fromName()][cast->toName()];@casts are indexed by target under the wrong keys
 dispatch-table@core/dictionary/src/tsanytypemanagement.cpp@if (const AnyCast* cast = findCast(mCastsTo, srcName)) {@if (const AnyCast* cast = findCast(mCastsFrom, srcName)) {@castToMine searches the wrong table
@@ -86,7 +86,7 @@ cast-int-timebase@core/dictionary/include/dictionary/tsanytypeimplementations.h@
 timebase-text@core/dictionary/src/tsanytypeimplementations.cpp@os << static_cast<long long>(value.numerator) << "/" << static_cast<long long>(value.denominator);@os << static_cast<long long>(value.numerator) << ":" << static_cast<long long>(value.denominator);@the time-base text form uses the wrong separator
 timebase-field@core/dictionary/src/tsanytypeimplementations.cpp@    if (!(is >> value)) {\n        return 0;@    if (!(is >> value)) {\n        return 1;@an unreadable time-base field reads as 1
 cast-cstring-null@core/dictionary/src/tsanytypeimplementations.cpp@        target.clear();@        target.assign("(null)");@a null C string converts to a non-empty string
-vector-position@core/dictionary/src/tsanytypeimplementations.cpp@const auto position = static_cast<std::uint32_t>(i);@const auto position = static_cast<std::uint32_t>(i + 1);@vector signatures number elements from 1
+vector-position@core/dictionary/src/tsnestedvalues.cpp@const auto position = static_cast<std::uint32_t>(index);@const auto position = static_cast<std::uint32_t>(index + 1);@vector signatures number elements from 1
 string-feed@core/dictionary/include/dictionary/tsanytypeimplementations.h@    engine.update(value.data(), value.size());\n}@    engine.update(value.data(), value.size() / 2);\n}@a string signs only its first half
 LIST
 )
