@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include <cmath>
 #include <limits>
 #include <string>
@@ -180,6 +182,10 @@ template <class T>
 bool isNaN(T value) { if constexpr (std::is_floating_point_v<T>) return std::isnan(value); return false; }
 
 TEST(CastKind, EveryNumericCastAgreesWithTheOracle) {
+    // Memcheck computes long double in double precision, so the oracle loses what it must keep.
+    if (std::getenv("TSD_VALGRIND") != nullptr) {
+        GTEST_SKIP() << "long double is not exact under memcheck";
+    }
     using Numbers = Types<bool, char, signed char, unsigned char, short, unsigned short, int, unsigned int, long,
                           unsigned long, long long, unsigned long long, float, double>;
     const long double raw[] = {0, 1, -1, 2, 0.5L, -0.0L, 128, 255, 256, 65536, 16777217, 2147483648.0L,
