@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "tsexactequal.h"
+#include "tstestsupport.h"
 
 #include <boost/thread/thread.hpp>
 
@@ -27,20 +28,15 @@ namespace {
 using namespace Tessel::Dictionary;
 using Tessel::Base::TimeBase;
 using Tessel::Testing::exactlyEqual;
+using Testing::holding;
 
-template <class T>
-Any of(const T& value) {
-    Any any;
-    any.set(value);
-    return any;
-}
 
 Any vectorOf(std::initializer_list<Any> elements) {
-    return of(std::vector<Any>(elements));
+    return holding(std::vector<Any>(elements));
 }
 
 Any dictionaryOf(std::initializer_list<std::pair<std::string, Any>> entries) {
-    Any any = of(Dictionary());
+    Any any = holding(Dictionary());
     for (const auto& [key, value] : entries) {
         any.dict()[Dictionary::Key(key)] = value;
     }
@@ -93,33 +89,33 @@ TEST(Json, EachLabelWritesItsFormsAndReadsBackExactly) {
     // value, typed form, plain form (null: refused), why
     const std::tuple<Any, const char*, const char*, const char*> rows[] = {
         {Any(), "null", "null", "an empty value"},
-        {of(true), "true", "true", "bool is natural"},
-        {of('A'), R"({"!char":"A"})", R"("A")", "a printable char as text"},
-        {of(char(-23)), R"({"!char":-23})", "-23", "any other char as its number"},
-        {of(static_cast<signed char>(-128)), R"({"!int8":-128})", "-128", "int8 minimum"},
-        {of(static_cast<unsigned char>(255)), R"({"!uint8":255})", "255", "uint8 maximum"},
-        {of(short(-32768)), R"({"!int16":-32768})", "-32768", "int16 minimum"},
-        {of(static_cast<unsigned short>(65535)), R"({"!uint16":65535})", "65535", "uint16 maximum"},
-        {of(INT_MIN), R"({"!int32":-2147483648})", "-2147483648", "int32 minimum"},
-        {of(UINT_MAX), R"({"!uint32":4294967295})", "4294967295", "uint32 maximum"},
-        {of(LLONG_MIN), "-9223372036854775808", "-9223372036854775808", "int64 is natural"},
-        {of(5ULL), R"({"!uint64":5})", "5", "a uint64 that would read as int64"},
-        {of(ULLONG_MAX), "18446744073709551615", "18446744073709551615", "above int64: natural"},
-        {of(0.1F), R"({"!float":0.1})", "0.1", "float, shortest text"},
-        {of(FLT_TRUE_MIN), R"({"!float":1e-45})", "1e-45", "smallest subnormal float"},
-        {of(-infinity), R"({"!float":"-Infinity"})", nullptr, "plain JSON has no infinity"},
-        {of(0.1), "0.1", "0.1", "double, shortest text"},
-        {of(1e300), "1e+300", "1e+300", "exponent form"},
-        {of(2.0), "2.0", "2.0", "an integral double keeps a fraction"},
-        {of(-0.0), "-0.0", "-0.0", "negative zero"},
-        {of(nan), R"({"!double":"NaN"})", nullptr, "plain JSON has no NaN"},
-        {of(std::string("q\"\\\x01\n\xC3\xA9\0", 8)), R"("q\"\\\u0001\né\u0000")", R"("q\"\\\u0001\né\u0000")",
+        {holding(true), "true", "true", "bool is natural"},
+        {holding('A'), R"({"!char":"A"})", R"("A")", "a printable char as text"},
+        {holding(char(-23)), R"({"!char":-23})", "-23", "any other char as its number"},
+        {holding(static_cast<signed char>(-128)), R"({"!int8":-128})", "-128", "int8 minimum"},
+        {holding(static_cast<unsigned char>(255)), R"({"!uint8":255})", "255", "uint8 maximum"},
+        {holding(short(-32768)), R"({"!int16":-32768})", "-32768", "int16 minimum"},
+        {holding(static_cast<unsigned short>(65535)), R"({"!uint16":65535})", "65535", "uint16 maximum"},
+        {holding(INT_MIN), R"({"!int32":-2147483648})", "-2147483648", "int32 minimum"},
+        {holding(UINT_MAX), R"({"!uint32":4294967295})", "4294967295", "uint32 maximum"},
+        {holding(LLONG_MIN), "-9223372036854775808", "-9223372036854775808", "int64 is natural"},
+        {holding(5ULL), R"({"!uint64":5})", "5", "a uint64 that would read as int64"},
+        {holding(ULLONG_MAX), "18446744073709551615", "18446744073709551615", "above int64: natural"},
+        {holding(0.1F), R"({"!float":0.1})", "0.1", "float, shortest text"},
+        {holding(FLT_TRUE_MIN), R"({"!float":1e-45})", "1e-45", "smallest subnormal float"},
+        {holding(-infinity), R"({"!float":"-Infinity"})", nullptr, "plain JSON has no infinity"},
+        {holding(0.1), "0.1", "0.1", "double, shortest text"},
+        {holding(1e300), "1e+300", "1e+300", "exponent form"},
+        {holding(2.0), "2.0", "2.0", "an integral double keeps a fraction"},
+        {holding(-0.0), "-0.0", "-0.0", "negative zero"},
+        {holding(nan), R"({"!double":"NaN"})", nullptr, "plain JSON has no NaN"},
+        {holding(std::string("q\"\\\x01\n\xC3\xA9\0", 8)), R"("q\"\\\u0001\né\u0000")", R"("q\"\\\u0001\né\u0000")",
          "escapes, UTF-8 and NUL"},
-        {of(TimeBase(50U, 2U)), R"({"!timebase":"50/2"})", R"("50/2")", "the stored fraction, unreduced"},
-        {of(TimeBase()), R"({"!timebase":"0/0"})", R"("0/0")", "the invalid time base"},
-        {of(Point{3, -4}), R"({"!point":"3,-4"})", R"("3,-4")", "a host type's own text"},
-        {vectorOf({Any(), of(1), vectorOf({})}), R"([null,{"!int32":1},[]])", "[null,1,[]]", "a vector"},
-        {dictionaryOf({{"", dictionaryOf({})}, {"json-b", Any()}, {"!x", of(1LL)}}), R"({"":{},"json-b":null,"!!x":1})",
+        {holding(TimeBase(50U, 2U)), R"({"!timebase":"50/2"})", R"("50/2")", "the stored fraction, unreduced"},
+        {holding(TimeBase()), R"({"!timebase":"0/0"})", R"("0/0")", "the invalid time base"},
+        {holding(Point{3, -4}), R"({"!point":"3,-4"})", R"("3,-4")", "a host type's own text"},
+        {vectorOf({Any(), holding(1), vectorOf({})}), R"([null,{"!int32":1},[]])", "[null,1,[]]", "a vector"},
+        {dictionaryOf({{"", dictionaryOf({})}, {"json-b", Any()}, {"!x", holding(1LL)}}), R"({"":{},"json-b":null,"!!x":1})",
          R"({"":{},"json-b":null,"!x":1})", "key order, empty key, escaped tag mark"},
     };
     for (const auto& [value, typed, plainText, why] : rows) {
@@ -134,20 +130,20 @@ TEST(Json, EachLabelWritesItsFormsAndReadsBackExactly) {
     }
     JsonOptions indented;
     indented.indent = 2;
-    EXPECT_EQ(toJson(dictionaryOf({{"json-i", vectorOf({of(1), Any()})}, {"json-e", vectorOf({})}}), indented),
+    EXPECT_EQ(toJson(dictionaryOf({{"json-i", vectorOf({holding(1), Any()})}, {"json-e", vectorOf({})}}), indented),
               "{\n  \"json-i\": [\n    {\"!int32\": 1},\n    null\n  ],\n  \"json-e\": []\n}");
 }
 
 TEST(Json, UntaggedValuesFollowThePlainRules) {
     const std::pair<const char*, Any> rows[] = {
-        {"7", of(7LL)},
-        {"-0", of(0LL)},
-        {"9223372036854775808", of(9223372036854775808ULL)},
-        {"1e2", of(100.0)},
-        {" [1.5 ,\"\\ud83d\\ude00\"]\r\n", vectorOf({of(1.5), of(std::string("\xF0\x9F\x98\x80"))})},
-        {R"({"json-z":{"!!":false},"json-a":null})", dictionaryOf({{"json-z", dictionaryOf({{"!", of(false)}})}, {"json-a", Any()}})},
-        {R"({"!int64":3})", of(3LL)},
-        {R"({"!double":3})", of(3.0)},
+        {"7", holding(7LL)},
+        {"-0", holding(0LL)},
+        {"9223372036854775808", holding(9223372036854775808ULL)},
+        {"1e2", holding(100.0)},
+        {" [1.5 ,\"\\ud83d\\ude00\"]\r\n", vectorOf({holding(1.5), holding(std::string("\xF0\x9F\x98\x80"))})},
+        {R"({"json-z":{"!!":false},"json-a":null})", dictionaryOf({{"json-z", dictionaryOf({{"!", holding(false)}})}, {"json-a", Any()}})},
+        {R"({"!int64":3})", holding(3LL)},
+        {R"({"!double":3})", holding(3.0)},
         {R"({"!vector":[]})", vectorOf({})},
     };
     for (const auto& [text, expected] : rows) {
@@ -199,9 +195,9 @@ TEST(Json, RefusesEveryBadDocumentWithItsPlace) {
 
 TEST(Json, RefusesValuesWithNoJsonFormAtTheirKeyPathWritingNothing) {
     const std::pair<Any, const char*> rows[] = {
-        {dictionaryOf({{"a", vectorOf({of(1), of(std::string("\xED\xA0\x80"))})}}), "a/1"}, // an encoded surrogate
+        {dictionaryOf({{"a", vectorOf({holding(1), holding(std::string("\xED\xA0\x80"))})}}), "a/1"}, // an encoded surrogate
         {vectorOf({dictionaryOf({{"\xC0\xAF", Any()}})}), "0/\xC0\xAF"},                    // an overlong key
-        {dictionaryOf({{"json-nan", of(std::nan(""))}}), "json-nan"},                      // only in the plain form
+        {dictionaryOf({{"json-nan", holding(std::nan(""))}}), "json-nan"},                      // only in the plain form
     };
     for (const auto& [value, keyPath] : rows) {
         std::ostringstream out;
@@ -243,7 +239,7 @@ TEST(Json, NestingStopsAtTheLimitOnASmallStack) {
             shallow.maxDepth = 999;
             EXPECT_THROW(toJson(deepest, shallow), JsonException); // copying it would recurse 1000 deep
             shallow.maxDepth = 1;
-            EXPECT_THROW(toJson(vectorOf({of(1)}), shallow), JsonException); // the tag is a level too
+            EXPECT_THROW(toJson(vectorOf({holding(1)}), shallow), JsonException); // the tag is a level too
             EXPECT_THROW(fromJson(R"([{"!int32":1}])", shallow), JsonException);
         } catch (...) {
             failure = "unexpected exception";
@@ -256,7 +252,7 @@ TEST(Json, NestingStopsAtTheLimitOnASmallStack) {
 TEST(Json, StreamsReadToTheEnd) {
     std::istringstream in(" {\"json-s\": [1, 2]} ");
     in.exceptions(std::ios::failbit | std::ios::badbit);
-    EXPECT_TRUE(exactlyEqual(readJson(in), dictionaryOf({{"json-s", vectorOf({of(1LL), of(2LL)})}})));
+    EXPECT_TRUE(exactlyEqual(readJson(in), dictionaryOf({{"json-s", vectorOf({holding(1LL), holding(2LL)})}})));
     EXPECT_TRUE(in.eof() && !in.fail());
     std::istringstream bad("[");
     const JsonException e = refusal([&] { readJson(bad); });
