@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -80,9 +81,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             }
             _exit(write(ends[1], canonicalSignature(tree.build(0)).bytes.data(), 32) == 32 ? 0 : 1);
         }
+        // libFuzzer's periodic timeout alarm interrupts blocking calls: retry them on EINTR.
+        std::size_t got = 0;
+        for (ssize_t n = 0; got < 32 && (n = read(ends[0], inChild[backwards].bytes.data() + got,
+                                                  32 - got)) != 0;) {
+            if (n < 0 && errno != EINTR) std::abort();
+            got += n > 0 ? static_cast<std::size_t>(n) : 0;
+        }
         int status = 1;
-        const bool whole = read(ends[0], inChild[backwards].bytes.data(), 32) == 32;
-        if (!whole || waitpid(child, &status, 0) != child) std::abort();
+        pid_t waited = -1;
+        while ((waited = waitpid(child, &status, 0)) < 0 && errno == EINTR) {
+        }
+        if (got != 32 || waited != child) std::abort();
         close(ends[0]);
         close(ends[1]);
         if (status != 0 || (backwards == 1 && inChild[0] != inChild[1])) std::abort();
