@@ -5,6 +5,7 @@
 #include "tscommands.h"
 #include "tsdigestline.h"
 #include "tsinputfile.h"
+#include "tsreadahead.h"
 
 #include <foundation/tsskeinhash.h>
 
@@ -20,7 +21,7 @@ using Base::SkeinHash::Digest;
 using Base::SkeinHash::Engine;
 
 constexpr const char* kCommand = "sign";
-// One read's worth; the only memory a file of any size needs.
+// One read's worth; two of them are the only memory a file of any size needs.
 constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
 
 const Usage kUsage = {
@@ -38,22 +39,22 @@ std::string hexOf(const Digest& digest) {
     return text.str();
 }
 
-Digest digestOf(const std::string& name, std::vector<unsigned char>& piece) {
+Digest digestOf(const std::string& name) {
     InputFile input(name, InputFile::Mode::kPieces);
+    ReadAhead pieces(input, kPieceBytes);
     Engine engine;
-    while (const std::size_t count = input.read(piece.data(), piece.size()))
-        engine.update(piece.data(), count);
+    for (ReadAhead::Piece piece = pieces.next(); piece.size != 0; piece = pieces.next())
+        engine.update(piece.data, piece.size);
     return engine.digest();
 }
 
 int signFiles(std::vector<std::string> files) {
     if (files.empty())
         files.emplace_back("-");
-    std::vector<unsigned char> piece(kPieceBytes);
     int status = kExitSuccess;
     for (const std::string& file : files) {
         try {
-            std::cout << digestLine(hexOf(digestOf(file, piece)), file) << '\n';
+            std::cout << digestLine(hexOf(digestOf(file)), file) << '\n';
         } catch (const BadInput& e) { // the other files are still signed
             reportError(kCommand, e.what());
             status = kExitBadInput;
@@ -63,7 +64,7 @@ int signFiles(std::vector<std::string> files) {
 }
 
 // Checks the entries of one list; returns whether every line was well formed and read.
-bool checkList(const std::string& list, std::vector<unsigned char>& piece, bool& anyFailed) {
+bool checkList(const std::string& list, bool& anyFailed) {
     InputFile input(list, InputFile::Mode::kLines);
     bool wellFormed = true;
     std::size_t entries = 0;
@@ -83,7 +84,7 @@ bool checkList(const std::string& list, std::vector<unsigned char>& piece, bool&
         ++entries;
         bool same = false;
         try {
-            same = hexOf(digestOf(entry->name, piece)) == entry->hex;
+            same = hexOf(digestOf(entry->name)) == entry->hex;
         } catch (const BadInput& e) { // an unreadable file fails its check
             reportError(kCommand, e.what());
         }
@@ -100,12 +101,11 @@ bool checkList(const std::string& list, std::vector<unsigned char>& piece, bool&
 int checkLists(std::vector<std::string> lists) {
     if (lists.empty())
         lists.emplace_back("-");
-    std::vector<unsigned char> piece(kPieceBytes);
     bool allRead = true;
     bool anyFailed = false;
     for (const std::string& list : lists) {
         try {
-            allRead = checkList(list, piece, anyFailed) && allRead;
+            allRead = checkList(list, anyFailed) && allRead;
         } catch (const BadInput& e) {
             reportError(kCommand, e.what());
             allRead = false;
