@@ -10,8 +10,8 @@ ReadAhead::~ReadAhead() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         stopping_ = true;
+        changed_.notify_all();
     }
-    changed_.notify_all();
     reader_.join();
 }
 
@@ -49,7 +49,6 @@ ReadAhead::Piece ReadAhead::next() {
     if (count_ != 0) { // start on the other piece while the caller uses this one
         filling_ = 1 - filling_;
         wanted_ = true;
-        lock.unlock();
         changed_.notify_all();
     }
     return piece;
