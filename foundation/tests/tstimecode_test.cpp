@@ -22,20 +22,13 @@ const TimeBase k25(TimeBase::k25);
 // `frame` writes as `text`, which reads back as `parsed` (the frame modulo the labels of a day).
 TEST(Timecode, CheckedLabelsBothWays) {
     const struct {
-        long long frame;
-        TimeBase rate;
-        bool dropFrame;
-        const char* text;
-        long long parsed;
-        const char* why;
+        long long frame; TimeBase rate; bool dropFrame; const char* text; long long parsed; const char* why;
     } rows[] = {
         {1800, k2997, true, "00:01:00;02", 1800, "minute 1 starts at label 2"},
         {17982, k2997, true, "00:10:00;00", 17982, "a tenth minute keeps labels 0 and 1"},
-        {107892, k2997, true, "01:00:00;00", 107892, "one hour"},
         {-1, k2997, true, "23:59:59;29", 2589407, "wraps backwards to the last label of the day"},
         {LLONG_MIN, k2997, true, "01:37:44;00", 175744, "the most negative count"},
         {3600, k5994, true, "00:01:00;04", 3600, "59.94 skips labels 0 to 3"},
-        {35964, k5994, true, "00:10:00;00", 35964, "59.94: ten minutes"},
         {LLONG_MAX, k5994, true, "23:11:07;59", 5003071, "59.94: wraps forwards, 5,178,816 a day"},
         {-1, k2997, false, "23:59:59:29", 2591999, "29.97 non-drop: 30 a second, 2,592,000 a day"},
         {90000, k25, false, "01:00:00:00", 90000, "25 a second"},
@@ -72,11 +65,8 @@ TEST(Timecode, WholeDropFrameDaysRoundTrip) {
 }
 
 TEST(Timecode, EveryRefusalNamesItsOwnReason) {
-    const struct {
-        const char* text; // null: write frame 0 as a drop-frame label instead of reading
-        TimeBase rate;
-        const char* reasonPart;
-    } rows[] = {
+    // text: null to write frame 0 as a drop-frame label instead of reading
+    const struct { const char* text; TimeBase rate; const char* reasonPart; } rows[] = {
         {"00:00:00:00", TimeBase(1u, 3u), "frame rate is invalid"},
         {nullptr, TimeBase(), "frame rate is invalid"},
         {nullptr, TimeBase(TimeBase::k30), "exists only at 29.97 and 59.94"},

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <cstdlib>
 
 #include <cmath>
@@ -24,12 +26,8 @@ using Vec = std::vector<Any>;
 using S = std::string;
 
 template <class T>
-Any of(const T& value) { Any any; any.set(value); return any; }
-Any dict(std::initializer_list<std::pair<const char*, Any>> entries) {
-    Any any = of(Dictionary());
-    for (const auto& [key, value] : entries) any[key] = value;
-    return any;
-}
+Any of(const T& value) { return Testing::holding(value); }
+Any dict(std::initializer_list<std::pair<const char*, Any>> entries) { return of(Testing::dictOf(entries)); }
 const float kNaNf = std::numeric_limits<float>::quiet_NaN();
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 

@@ -28,20 +28,7 @@ namespace {
 using namespace Tessel::Dictionary;
 using Tessel::Base::TimeBase;
 using Tessel::Testing::exactlyEqual;
-using Testing::holding;
-
-
-Any vectorOf(std::initializer_list<Any> elements) {
-    return holding(std::vector<Any>(elements));
-}
-
-Any dictionaryOf(std::initializer_list<std::pair<std::string, Any>> entries) {
-    Any any = holding(Dictionary());
-    for (const auto& [key, value] : entries) {
-        any.dict()[Dictionary::Key(key)] = value;
-    }
-    return any;
-}
+using namespace Testing;
 
 // A host type with a text form of its own.
 struct Point {
@@ -114,9 +101,9 @@ TEST(Json, EachLabelWritesItsFormsAndReadsBackExactly) {
         {holding(TimeBase(50U, 2U)), R"({"!timebase":"50/2"})", R"("50/2")", "the stored fraction, unreduced"},
         {holding(TimeBase()), R"({"!timebase":"0/0"})", R"("0/0")", "the invalid time base"},
         {holding(Point{3, -4}), R"({"!point":"3,-4"})", R"("3,-4")", "a host type's own text"},
-        {vectorOf({Any(), holding(1), vectorOf({})}), R"([null,{"!int32":1},[]])", "[null,1,[]]", "a vector"},
-        {dictionaryOf({{"", dictionaryOf({})}, {"json-b", Any()}, {"!x", holding(1LL)}}), R"({"":{},"json-b":null,"!!x":1})",
-         R"({"":{},"json-b":null,"!x":1})", "key order, empty key, escaped tag mark"},
+        {vectorOf(Any(), 1, vectorOf()), R"([null,{"!int32":1},[]])", "[null,1,[]]", "a vector"},
+        {holding(dictOf({{"", holding(Dictionary())}, {"json-b", Any()}, {"!x", holding(1LL)}})),
+         R"({"":{},"json-b":null,"!!x":1})", R"({"":{},"json-b":null,"!x":1})", "key order, empty key, escaped tag mark"},
     };
     for (const auto& [value, typed, plainText, why] : rows) {
         SCOPED_TRACE(why);
@@ -130,7 +117,7 @@ TEST(Json, EachLabelWritesItsFormsAndReadsBackExactly) {
     }
     JsonOptions indented;
     indented.indent = 2;
-    EXPECT_EQ(toJson(dictionaryOf({{"json-i", vectorOf({holding(1), Any()})}, {"json-e", vectorOf({})}}), indented),
+    EXPECT_EQ(toJson(holding(dictOf({{"json-i", vectorOf(1, Any())}, {"json-e", vectorOf()}})), indented),
               "{\n  \"json-i\": [\n    {\"!int32\": 1},\n    null\n  ],\n  \"json-e\": []\n}");
 }
 
@@ -140,11 +127,12 @@ TEST(Json, UntaggedValuesFollowThePlainRules) {
         {"-0", holding(0LL)},
         {"9223372036854775808", holding(9223372036854775808ULL)},
         {"1e2", holding(100.0)},
-        {" [1.5 ,\"\\ud83d\\ude00\"]\r\n", vectorOf({holding(1.5), holding(std::string("\xF0\x9F\x98\x80"))})},
-        {R"({"json-z":{"!!":false},"json-a":null})", dictionaryOf({{"json-z", dictionaryOf({{"!", holding(false)}})}, {"json-a", Any()}})},
+        {" [1.5 ,\"\\ud83d\\ude00\"]\r\n", vectorOf(1.5, std::string("\xF0\x9F\x98\x80"))},
+        {R"({"json-z":{"!!":false},"json-a":null})",
+         holding(dictOf({{"json-z", holding(dictOf({{"!", holding(false)}}))}, {"json-a", Any()}}))},
         {R"({"!int64":3})", holding(3LL)},
         {R"({"!double":3})", holding(3.0)},
-        {R"({"!vector":[]})", vectorOf({})},
+        {R"({"!vector":[]})", vectorOf()},
     };
     for (const auto& [text, expected] : rows) {
         SCOPED_TRACE(text);
@@ -195,9 +183,9 @@ TEST(Json, RefusesEveryBadDocumentWithItsPlace) {
 
 TEST(Json, RefusesValuesWithNoJsonFormAtTheirKeyPathWritingNothing) {
     const std::pair<Any, const char*> rows[] = {
-        {dictionaryOf({{"a", vectorOf({holding(1), holding(std::string("\xED\xA0\x80"))})}}), "a/1"}, // an encoded surrogate
-        {vectorOf({dictionaryOf({{"\xC0\xAF", Any()}})}), "0/\xC0\xAF"},                    // an overlong key
-        {dictionaryOf({{"json-nan", holding(std::nan(""))}}), "json-nan"},                      // only in the plain form
+        {holding(dictOf({{"a", vectorOf(1, std::string("\xED\xA0\x80"))}})), "a/1"}, // an encoded surrogate
+        {vectorOf(holding(dictOf({{"\xC0\xAF", Any()}}))), "0/\xC0\xAF"},                    // an overlong key
+        {holding(dictOf({{"json-nan", holding(std::nan(""))}})), "json-nan"},                      // only in the plain form
     };
     for (const auto& [value, keyPath] : rows) {
         std::ostringstream out;
@@ -239,7 +227,7 @@ TEST(Json, NestingStopsAtTheLimitOnASmallStack) {
             shallow.maxDepth = 999;
             EXPECT_THROW(toJson(deepest, shallow), JsonException); // copying it would recurse 1000 deep
             shallow.maxDepth = 1;
-            EXPECT_THROW(toJson(vectorOf({holding(1)}), shallow), JsonException); // the tag is a level too
+            EXPECT_THROW(toJson(vectorOf(1), shallow), JsonException); // the tag is a level too
             EXPECT_THROW(fromJson(R"([{"!int32":1}])", shallow), JsonException);
         } catch (...) {
             failure = "unexpected exception";
@@ -252,7 +240,7 @@ TEST(Json, NestingStopsAtTheLimitOnASmallStack) {
 TEST(Json, StreamsReadToTheEnd) {
     std::istringstream in(" {\"json-s\": [1, 2]} ");
     in.exceptions(std::ios::failbit | std::ios::badbit);
-    EXPECT_TRUE(exactlyEqual(readJson(in), dictionaryOf({{"json-s", vectorOf({holding(1LL), holding(2LL)})}})));
+    EXPECT_TRUE(exactlyEqual(readJson(in), holding(dictOf({{"json-s", vectorOf(1LL, 2LL)}}))));
     EXPECT_TRUE(in.eof() && !in.fail());
     std::istringstream bad("[");
     const JsonException e = refusal([&] { readJson(bad); });

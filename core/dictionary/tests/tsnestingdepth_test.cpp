@@ -24,7 +24,7 @@ namespace {
 using namespace Tessel::Dictionary;
 using Tessel::Base::SkeinHash::Digest;
 using Tessel::Base::SkeinHash::Engine;
-using Testing::holding;
+using Testing::vectorOf;
 using Key = Tessel::Base::NameAtom<Any>;
 using Elements = std::vector<Any>;
 
@@ -138,25 +138,17 @@ TEST(NestingDepth, WholeValueOperationsKeepTheStackFlat) {
 
 // --- element-wise assignment of nested vectors ----------------------------------------------------
 
-Any list(std::initializer_list<Any> elements) {
-    Any any = holding(Elements());
-    any.vec().insert(any.vec().end(), elements.begin(), elements.end());
-    return any;
-}
-
 TEST(NestedVectorAssignment, EachLevelAssignsInPlaceThenDropsOrAppends) {
     // Targets hold int32s, sources doubles: an element assigned in place keeps its int32 type and
     // truncates; an element appended or rebuilt is a copy and stays a double. `room` is reserved
     // in the target and in its first element before the assignment.
     struct { Any target; std::size_t room; Any source; Any expected; bool throws; const char* reason; } rows[] = {
-        {list({list({holding(1), holding(2)}), holding(3)}), 0, list({list({holding(4.5)}), holding(6.5)}),
-         list({list({holding(4)}), holding(6)}),
-         false, "the inner surplus is dropped, then the next outer element assigned"},
-        {list({list({holding(1)}), holding(2)}), 3, list({list({holding(4.5), holding(5.5)}), holding(6.5), holding(7.5)}),
-         list({list({holding(4), holding(5.5)}), holding(6), holding(7.5)}), false,
+        {vectorOf(vectorOf(1, 2), 3), 0, vectorOf(vectorOf(4.5), 6.5), vectorOf(vectorOf(4), 6), false,
+         "the inner surplus is dropped, then the next outer element assigned"},
+        {vectorOf(vectorOf(1), 2), 3, vectorOf(vectorOf(4.5, 5.5), 6.5, 7.5), vectorOf(vectorOf(4, 5.5), 6, 7.5), false,
          "appending happens in the inner vector and, after it, in the outer one"},
-        {list({list({holding(1), holding(2)}), holding(3)}), 0, list({list({holding(4.5), Any("x")}), holding(6.5)}),
-         list({list({holding(4), holding(2)}), holding(3)}), true, "an inner element that cannot convert stops every level there"},
+        {vectorOf(vectorOf(1, 2), 3), 0, vectorOf(vectorOf(4.5, "x"), 6.5), vectorOf(vectorOf(4, 2), 3), true,
+         "an inner element that cannot convert stops every level there"},
     };
     for (auto& row : rows) {
         SCOPED_TRACE(row.reason);
