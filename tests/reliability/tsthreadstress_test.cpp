@@ -1,7 +1,8 @@
-// Concurrent use the library allows, one stress test per shared structure: the name-atom tables,
-// interned from many threads, and shared values read by many threads once the registry's first
-// use is over. Results are compared after joining; under ThreadSanitizer any unguarded access
-// fails the test as well.
+// Concurrent use the library allows, one stress test per shared structure: the registry made by
+// threads that use it first at the same moment, the name-atom tables, interned from many threads,
+// and shared values read by many threads once the registry's first use is over. Results are
+// compared after joining; under ThreadSanitizer any unguarded access fails the test as well.
+// ctest runs each test in a process of its own, so the races for first use start afresh.
 
 #include <dictionary/tsanyexception.h>
 #include <dictionary/tsanytyperegistry.h>
@@ -15,8 +16,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -45,9 +49,52 @@ void runConcurrently(const Work& work) {
     }
 }
 
+// Runs `race` in each of `children` processes forked from this one, which must not have made the
+// first use the race is about; a child fails by its exit status (or a sanitizer's report).
+void inFreshChildren(int children, const std::function<bool()>& race) {
+    std::fflush(nullptr);
+    for (int child = 0; child < children; ++child) {
+        const pid_t pid = fork();
+        ASSERT_NE(pid, -1) << "fork failed";
+        if (pid == 0) {
+            std::exit(race() && !::testing::Test::HasFailure() ? 0 : 1); // exit() lets a sanitizer report
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(pid, &status, 0), pid);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child " << child << ", status " << status;
+    }
+}
+
+const TypeAtom* const kBuiltinLabels[] = {
+    &gTypeLabelBool,  &gTypeLabelChar,          &gTypeLabelInt8,   &gTypeLabelUnsignedInt8,  &gTypeLabelInt16,
+    &gTypeLabelUnsignedInt16, &gTypeLabelInt32, &gTypeLabelUnsignedInt32, &gTypeLabelInt64, &gTypeLabelUnsignedInt64,
+    &gTypeLabelFloat, &gTypeLabelDouble,        &gTypeLabelString, &gTypeLabelDictionary,    &gTypeLabelVector,
+    &gTypeLabelTimeBase};
+
+// Half the threads come in through Any::set, the others through a lookup; each then looks up
+// every built-in label. True when all found the same sixteen types under their labels.
+bool raceForTheRegistry() {
+    std::vector<std::vector<const AnyType*>> seen(kThreads);
+    runConcurrently([&seen](int t) {
+        if (t % 2 == 0) {
+            Any().set(42);
+        }
+        for (const TypeAtom* label : kBuiltinLabels) {
+            const AnyType* type = AnyTypeRegistry::typeByLabel(*label);
+            seen[t].push_back(type != nullptr && type->label() == *label ? type : nullptr);
+        }
+    });
+    return std::count(seen[0].begin(), seen[0].end(), nullptr) == 0 &&
+           std::all_of(seen.begin(), seen.end(), [&](const auto& types) { return types == seen[0]; });
+}
+
+TEST(RegistryFirstUse, ThreadsStartingTogetherAllSeeTheSameBuiltinTypes) {
+    // The race's window is the registration: many fresh processes.
+    inFreshChildren(std::getenv("TSD_VALGRIND") != nullptr ? 4 : 64, raceForTheRegistry);
+}
+
 // Every thread interns the same new texts, starting at different places: one index per text,
 // the same on every thread, with no index left unused.
-template <class Tag>
 void expectOneIndexPerText() {
     std::vector<std::string> texts;
     for (int i = 0; i < 2000; ++i) {
@@ -57,7 +104,7 @@ void expectOneIndexPerText() {
     runConcurrently([&](int t) {
         for (std::size_t n = 0; n < texts.size(); ++n) {
             const std::size_t i = (n + static_cast<std::size_t>(t) * 331) % texts.size();
-            const Tessel::Base::NameAtom<Tag> atom(texts[i]);
+            const Tessel::Base::NameAtom<Any> atom(texts[i]);
             indices[t][i] = atom.getString() == texts[i] ? atom.getIndex() : 0;
         }
     });
@@ -70,20 +117,11 @@ void expectOneIndexPerText() {
 }
 
 TEST(ThreadStress, NameAtomTablesGiveEveryThreadOneIndexPerText) {
-    // The key table is made on first use: a child forked before any key exists (ctest runs this
-    // test in a process of its own) has its threads race for the first table anew.
-    std::fflush(nullptr);
-    for (int child = 0; child < 24; ++child) {
-        const pid_t pid = fork();
-        if (pid == 0) {
-            expectOneIndexPerText<Any>();
-            std::exit(::testing::Test::HasFailure() ? 1 : 0);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(pid, &status, 0), pid);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child " << child;
-    }
-    expectOneIndexPerText<AnyType>();
+    // The key table is made on first use: the threads of each child race for the first table anew.
+    inFreshChildren(24, [] {
+        expectOneIndexPerText();
+        return true;
+    });
 }
 
 // What a thread sees of a shared value through const operations (lookups of missing keys intern
