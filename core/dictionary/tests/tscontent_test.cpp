@@ -114,13 +114,6 @@ TEST(CanonicalSignature, SignsAMillionLevelsWithoutRecursion) {
         expected.update("\x0f\x01", 2);
     }
     EXPECT_EQ(canonicalSignature(root), expected.update("\0", 1).digest());
-    Vec level; // taken apart level by level: destroying it whole would recurse
-    level.swap(root.vec());
-    while (!level.empty() && !level[0].isEmpty()) {
-        Vec inner;
-        inner.swap(level[0].vec());
-        level.swap(inner);
-    }
 }
 
 TEST(AssignExact, StoresExactlyOrRefusesAndKeepsTheTarget) {
