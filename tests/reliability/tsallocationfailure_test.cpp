@@ -6,7 +6,6 @@
 #include "tscountingallocator.h"
 
 #include <dictionary/tsanyexception.h>
-#include <dictionary/tsanytypeimplementations.h>
 #include <dictionary/tsanytyperegistry.h>
 #include <dictionary/tsdictionary.h>
 #include <dictionary/tstypelabels.h>
@@ -104,22 +103,6 @@ struct OwnTable {
 };
 struct Unregistered {} gUnregistered;
 int gTexts = 0;
-// A host type whose reader refuses every text by setting badbit itself: parse reports no error.
-struct Refusal {
-    bool operator==(const Refusal&) const { return true; }
-};
-std::ostream& operator<<(std::ostream& os, const Refusal&) {
-    return os;
-}
-std::istream& operator>>(std::istream& is, Refusal&) {
-    is.setstate(std::ios_base::badbit);
-    return is;
-}
-const AnyType& refusing() {
-    static const TypeAtom label("refusing reader");
-    static const bool registered = AnyTypeRegistry::addType(new Impl::TemplatedAnyType<Refusal>(label));
-    return *AnyTypeRegistry::typeByLabel(registered ? label : TypeAtom());
-}
 std::string show(const std::string&) { // a new text: what leaks and what reaches the caller count
     return {};
 }
@@ -208,11 +191,6 @@ TEST(AllocationFailure, EachOperationKeepsItsPromise) {
                      const bool string = a.type()->label() == gTypeLabelString;
                      const bool prefix = string && kWord.rfind(a.ref<std::string>(), 0) == 0;
                      return prefix || show(a) == show(nested()) ? std::string("old or prefix") : show(a);
-                 }),
-        row<Any>("Any::parse of text the reader refuses", [] { return Any(); },
-                 [](Any& a) { a.parse("x", refusing()); },
-                 "empty or refused", [](const Any& a) {
-                     return a.isEmpty() || a.type() == &refusing() ? std::string("empty or refused") : show(a);
                  }),
         row<Any>("Any::parse as int32 replacing a dictionary", nested,
                  [](Any& a) { a.parse("17", *AnyTypeRegistry::typeByLabel(gTypeLabelInt32)); }),

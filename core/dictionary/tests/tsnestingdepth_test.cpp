@@ -24,6 +24,7 @@ namespace {
 using namespace Tessel::Dictionary;
 using Tessel::Base::SkeinHash::Digest;
 using Tessel::Base::SkeinHash::Engine;
+using Testing::signatureOf;
 using Testing::vectorOf;
 using Key = Tessel::Base::NameAtom<Any>;
 using Elements = std::vector<Any>;
@@ -80,11 +81,6 @@ Digest expectedSignature(bool mixed, long depth) {
     Engine engine;
     engine.update(feed.data(), feed.size());
     return engine.digest();
-}
-
-Digest signatureOf(const Any& value) {
-    Engine engine;
-    return value.signature(engine).digest();
 }
 
 // Every whole-value operation on one chain; reports through gtest from whichever thread runs it.
