@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -65,12 +67,6 @@ void inFreshChildren(int children, const std::function<bool()>& race) {
     }
 }
 
-const TypeAtom* const kBuiltinLabels[] = {
-    &gTypeLabelBool,  &gTypeLabelChar,          &gTypeLabelInt8,   &gTypeLabelUnsignedInt8,  &gTypeLabelInt16,
-    &gTypeLabelUnsignedInt16, &gTypeLabelInt32, &gTypeLabelUnsignedInt32, &gTypeLabelInt64, &gTypeLabelUnsignedInt64,
-    &gTypeLabelFloat, &gTypeLabelDouble,        &gTypeLabelString, &gTypeLabelDictionary,    &gTypeLabelVector,
-    &gTypeLabelTimeBase};
-
 // Half the threads come in through Any::set, the others through a lookup; each then looks up
 // every built-in label. True when all found the same sixteen types under their labels.
 bool raceForTheRegistry() {
@@ -79,7 +75,7 @@ bool raceForTheRegistry() {
         if (t % 2 == 0) {
             Any().set(42);
         }
-        for (const TypeAtom* label : kBuiltinLabels) {
+        for (const TypeAtom* label : Testing::kBuiltinLabels) {
             const AnyType* type = AnyTypeRegistry::typeByLabel(*label);
             seen[t].push_back(type != nullptr && type->label() == *label ? type : nullptr);
         }

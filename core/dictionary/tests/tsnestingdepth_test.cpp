@@ -1,5 +1,4 @@
-// Whole-value operations on chains a million levels deep (100,000 on a 256 KiB stack), and
-// element-wise assignment of nested vectors, level by level.
+// Whole-value operations on chains a million levels deep (100,000 on a 256 KiB stack).
 
 #include <dictionary/tsany.h>
 #include <dictionary/tsanytypeimplementations.h>
@@ -25,7 +24,6 @@ using namespace Tessel::Dictionary;
 using Tessel::Base::SkeinHash::Digest;
 using Tessel::Base::SkeinHash::Engine;
 using Testing::signatureOf;
-using Testing::vectorOf;
 using Key = Tessel::Base::NameAtom<Any>;
 using Elements = std::vector<Any>;
 
@@ -129,34 +127,6 @@ TEST(NestingDepth, WholeValueOperationsKeepTheStackFlat) {
         } else {
             run();
         }
-    }
-}
-
-// --- element-wise assignment of nested vectors ----------------------------------------------------
-
-TEST(NestedVectorAssignment, EachLevelAssignsInPlaceThenDropsOrAppends) {
-    // Targets hold int32s, sources doubles: an element assigned in place keeps its int32 type and
-    // truncates; an element appended or rebuilt is a copy and stays a double. `room` is reserved
-    // in the target and in its first element before the assignment.
-    struct { Any target; std::size_t room; Any source; Any expected; bool throws; const char* reason; } rows[] = {
-        {vectorOf(vectorOf(1, 2), 3), 0, vectorOf(vectorOf(4.5), 6.5), vectorOf(vectorOf(4), 6), false,
-         "the inner surplus is dropped, then the next outer element assigned"},
-        {vectorOf(vectorOf(1), 2), 3, vectorOf(vectorOf(4.5, 5.5), 6.5, 7.5), vectorOf(vectorOf(4, 5.5), 6, 7.5), false,
-         "appending happens in the inner vector and, after it, in the outer one"},
-        {vectorOf(vectorOf(1, 2), 3), 0, vectorOf(vectorOf(4.5, "x"), 6.5), vectorOf(vectorOf(4, 2), 3), true,
-         "an inner element that cannot convert stops every level there"},
-    };
-    for (auto& row : rows) {
-        SCOPED_TRACE(row.reason);
-        Any& target = row.target;
-        target.vec().reserve(row.room);
-        target[0].vec().reserve(row.room);
-        if (row.throws) {
-            EXPECT_THROW(target = row.source, AnyCastException);
-        } else {
-            target = row.source;
-        }
-        EXPECT_TRUE(target == row.expected);
     }
 }
 
