@@ -7,6 +7,7 @@
 
 #include <dictionary/tsanyexception.h>
 #include <dictionary/tsanytyperegistry.h>
+#include <dictionary/tscanonicalsignature.h>
 #include <dictionary/tsdictionary.h>
 #include <dictionary/tstypelabels.h>
 #include <foundation/tsskeinhash.h>
@@ -77,13 +78,11 @@ void inject(const Row& row) {
 const std::string kWord = "a-word-too-long-for-the-inline-buffer";
 // Long strings, a number, an empty entry, and a vector and a dictionary nested in each other.
 Any nested() {
-    Dictionary inner;
-    inner["text"] = kWord.c_str();
-    inner["empty"];
-    Any outer(inner);
-    outer["list"] = Any(std::vector<Any>{Any(kWord.c_str()), Any(inner), Any(2.5)});
-    outer["inner"] = Any(inner);
-    return outer;
+    const Dictionary inner{{"text", kWord.c_str()}, {"empty", Any()}};
+    Dictionary outer = inner;
+    outer["list"] = std::vector<Any>{kWord.c_str(), inner, 2.5};
+    outer["inner"] = inner;
+    return Any(outer);
 }
 const Any& nestedSource() {
     static const Any source = nested();
@@ -107,12 +106,10 @@ std::string show(const std::string&) { // a new text: what leaks and what reache
     return {};
 }
 
-// A value: empty, or its label and the digest of its content.
+// A value: its labels and content, as its canonical signature tells them.
 std::string show(const Any& any) {
-    Tessel::Base::SkeinHash::Engine engine;
     std::ostringstream text;
-    text << (any.isEmpty() ? std::string("empty") : any.type()->label().getString()) << ' '
-         << any.signature(engine).digest();
+    text << canonicalSignature(any);
     return text.str();
 }
 std::string show(const Exception& exception) { // every item, and those of the earlier exceptions

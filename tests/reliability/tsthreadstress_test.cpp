@@ -140,14 +140,9 @@ std::string observe(const Any& shared, int thread, int round) {
 }
 
 TEST(ThreadStress, SharedValuesReadTheSameOnEveryThread) {
-    Any shared;
-    shared.set(Dictionary());
-    shared["settings"].set(Dictionary());
-    shared["settings"]["width"].set(1920);
-    shared["settings"]["height"].set(1080L);
-    shared["settings"]["title"] = "clip";
-    shared["settings"]["rate"].set(Tessel::Base::TimeBase(30, true));
-    shared["frames"].set(std::vector<Any>{Any("one"), Any(), Any("3")});
+    const Dictionary settings{
+        {"width", 1920}, {"height", 1080L}, {"title", "clip"}, {"rate", Tessel::Base::TimeBase(30, true)}};
+    Any shared(Dictionary{{"settings", settings}, {"frames", std::vector<Any>{"one", Any(), "3"}}});
     shared["frames"][2].parse("3.5", *AnyTypeRegistry::typeByLabel(gTypeLabelDouble));
     const std::string expected = observe(shared, 0, 0);
 

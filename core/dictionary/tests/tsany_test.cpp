@@ -102,7 +102,6 @@ TEST(Any, EqualityIsTheSameTypeAndAnEqualValue) {
     struct Case { const char* reason; Any a, b; bool equal; } const cases[] = {
         {"same type and value", holding(5), holding(5), true},
         {"uint32 5 is not int32 5", holding(5), holding(5u), false},
-        {"int64 5 is not int32 5", holding(5), holding(5LL), false},
         {"two empty values", Any(), Any(), true},
         {"empty and a value", Any(), holding(5), false},
         {"a bound value and an owned one", Any(BindValue(four)), holding(4), true},
