@@ -80,11 +80,6 @@ inline Any defaultOf(const AnyType& type) {
     }
     return any;
 }
-inline std::string textOf(const Any& any) {
-    std::ostringstream text;
-    any.write(text);
-    return text.str();
-}
 inline std::string signatureOf(const Any& any) {
     Tessel::Base::SkeinHash::Engine engine;
     std::ostringstream text;

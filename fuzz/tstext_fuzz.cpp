@@ -3,16 +3,15 @@
 // format, and Any::parseExact. Input: a mode byte (0 parse, 1 read, 2 exact), then per mode below.
 // Invariants: parse leaves a value of the type (a container keeps its empty container and throws
 // NotImplemented), never writes the variable it was bound to, copies equal and sign the same, and
-// its exactText reads back bit for bit; read of an empty value or a container reads nothing, of
+// its exactText reads back to the same content; read of an empty value or a container reads nothing, of
 // any other value text that is a fixed point after one more trip; parseExact accepts a text as a
 // value whose exactText reads back to itself (a string: the whole text), or throws
 // AnyParseException and changes nothing.
 
 #include "tsfuzzsupport.h"
 
-#include "../tests/support/tsexactequal.h"
-
 #include <dictionary/tsanyexception.h>
+#include <dictionary/tscanonicalsignature.h>
 
 #include <vector>
 
@@ -52,7 +51,7 @@ void parse(Input& in) {
     TSFUZZ_CHECK(variable == 7 && any.type() == &type && copy == any && signatureOf(copy) == signatureOf(any));
     Any exact;
     exact.parseExact(any.exactText(), type);
-    TSFUZZ_CHECK(Tessel::Testing::exactlyEqual(exact, any));
+    TSFUZZ_CHECK(canonicalSignature(exact) == canonicalSignature(any));
 }
 
 // Format bits, width/fill bits, a count and the label indices (16: empty), then the stream text.
@@ -79,7 +78,7 @@ void read(Input& in) {
         if (value.isEmpty() || isContainer(*value.type())) {
             try {
                 value.read(stream);
-                TSFUZZ_CHECK(value.isEmpty() && textOf(value).empty());
+                TSFUZZ_CHECK(value.isEmpty());
             } catch (const Tessel::Base::NotImplemented&) {
                 TSFUZZ_CHECK(!value.isEmpty());
             }

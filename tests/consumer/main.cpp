@@ -24,8 +24,7 @@ int main() {
 
     int width = 0;
     Any bound{BindValue(width)};
-    Any source;
-    source.set(2048.7);
+    const Any source(2048.7);
     bound = source;
     check(width == 2048, "a double assigned to a bound int converts");
 

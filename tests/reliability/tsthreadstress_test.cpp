@@ -1,7 +1,8 @@
-// Concurrent use the library allows, one stress test per shared structure: the name-atom tables,
-// interned from many threads, and shared values read by many threads once the registry's first
-// use is over. Results are compared after joining; under ThreadSanitizer any unguarded access
-// fails the test as well.
+// Concurrent use the library allows, one stress test per shared structure: the registry made by
+// threads that use it first at the same moment, the name-atom tables, interned from many threads,
+// and shared values read by many threads once the registry's first use is over. Results are
+// compared after joining; under ThreadSanitizer any unguarded access fails the test as well.
+// ctest runs each test in a process of its own, so the races for first use start afresh.
 
 #include <dictionary/tsanyexception.h>
 #include <dictionary/tsanytyperegistry.h>
@@ -12,11 +13,16 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -45,10 +51,47 @@ void runConcurrently(const Work& work) {
     }
 }
 
+// Runs `race` in each of `children` processes forked from this one, which must not have made the
+// first use the race is about; a child fails by its exit status (or a sanitizer's report).
+void inFreshChildren(int children, const std::function<bool()>& race) {
+    std::fflush(nullptr);
+    for (int child = 0; child < children; ++child) {
+        const pid_t pid = fork();
+        ASSERT_NE(pid, -1) << "fork failed";
+        if (pid == 0) {
+            std::exit(race() ? 0 : 1); // exit() lets a sanitizer report on the way out
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(pid, &status, 0), pid);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child " << child << ", status " << status;
+    }
+}
+
+// Half the threads come in through Any::set, the others through a lookup; each then looks up
+// every built-in label. True when all found the same sixteen types under their labels.
+bool raceForTheRegistry() {
+    std::vector<std::vector<const AnyType*>> seen(kThreads);
+    runConcurrently([&seen](int t) {
+        if (t % 2 == 0) {
+            Any().set(42);
+        }
+        for (const TypeAtom* label : Testing::kBuiltinLabels) {
+            const AnyType* type = AnyTypeRegistry::typeByLabel(*label);
+            seen[t].push_back(type != nullptr && type->label() == *label ? type : nullptr);
+        }
+    });
+    return std::count(seen[0].begin(), seen[0].end(), nullptr) == 0 &&
+           std::all_of(seen.begin(), seen.end(), [&](const auto& types) { return types == seen[0]; });
+}
+
+TEST(RegistryFirstUse, ThreadsStartingTogetherAllSeeTheSameBuiltinTypes) {
+    // The race's window is the registration: many fresh processes.
+    inFreshChildren(std::getenv("TSD_VALGRIND") != nullptr ? 4 : 64, raceForTheRegistry);
+}
+
 // Every thread interns the same new texts, starting at different places: one index per text,
 // the same on every thread, with no index left unused.
-template <class Tag>
-void expectOneIndexPerText() {
+bool oneIndexPerText() {
     std::vector<std::string> texts;
     for (int i = 0; i < 2000; ++i) {
         texts.push_back("stress text " + std::to_string(i));
@@ -57,7 +100,7 @@ void expectOneIndexPerText() {
     runConcurrently([&](int t) {
         for (std::size_t n = 0; n < texts.size(); ++n) {
             const std::size_t i = (n + static_cast<std::size_t>(t) * 331) % texts.size();
-            const Tessel::Base::NameAtom<Tag> atom(texts[i]);
+            const Tessel::Base::NameAtom<Any> atom(texts[i]);
             indices[t][i] = atom.getString() == texts[i] ? atom.getIndex() : 0;
         }
     });
@@ -67,23 +110,12 @@ void expectOneIndexPerText() {
     for (int t = 1; t < kThreads; ++t) {
         EXPECT_EQ(indices[t], indices[0]) << "thread " << t << " saw other indices";
     }
+    return !::testing::Test::HasFailure();
 }
 
 TEST(ThreadStress, NameAtomTablesGiveEveryThreadOneIndexPerText) {
-    // The key table is made on first use: a child forked before any key exists (ctest runs this
-    // test in a process of its own) has its threads race for the first table anew.
-    std::fflush(nullptr);
-    for (int child = 0; child < 24; ++child) {
-        const pid_t pid = fork();
-        if (pid == 0) {
-            expectOneIndexPerText<Any>();
-            std::exit(::testing::Test::HasFailure() ? 1 : 0);
-        }
-        int status = 0;
-        ASSERT_EQ(waitpid(pid, &status, 0), pid);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child " << child;
-    }
-    expectOneIndexPerText<AnyType>();
+    // The key table is made on first use: the threads of each child race for the first table anew.
+    inFreshChildren(24, oneIndexPerText);
 }
 
 // What a thread sees of a shared value through const operations (lookups of missing keys intern
@@ -108,14 +140,9 @@ std::string observe(const Any& shared, int thread, int round) {
 }
 
 TEST(ThreadStress, SharedValuesReadTheSameOnEveryThread) {
-    Any shared;
-    shared.set(Dictionary());
-    shared["settings"].set(Dictionary());
-    shared["settings"]["width"].set(1920);
-    shared["settings"]["height"].set(1080L);
-    shared["settings"]["title"] = "clip";
-    shared["settings"]["rate"].set(Tessel::Base::TimeBase(30, true));
-    shared["frames"].set(std::vector<Any>{Any("one"), Any(), Any("3")});
+    const Dictionary settings{
+        {"width", 1920}, {"height", 1080L}, {"title", "clip"}, {"rate", Tessel::Base::TimeBase(30, true)}};
+    Any shared(Dictionary{{"settings", settings}, {"frames", std::vector<Any>{"one", Any(), "3"}}});
     shared["frames"][2].parse("3.5", *AnyTypeRegistry::typeByLabel(gTypeLabelDouble));
     const std::string expected = observe(shared, 0, 0);
 

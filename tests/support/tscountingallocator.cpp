@@ -9,21 +9,18 @@
 #include <new>
 
 namespace {
-std::atomic<long> gAllocations{0};
 std::atomic<long> gLive{0};
 thread_local long tCountdown = 0;
 thread_local bool tFailed = false;
 } // namespace
 
 namespace Tessel::Testing {
-long allocationCount() noexcept { return gAllocations.load(); }
 long liveAllocations() noexcept { return gLive.load(); }
 void failAllocation(long nth) noexcept { tCountdown = nth; tFailed = false; }
 bool allocationFailed() noexcept { return tFailed; }
 } // namespace Tessel::Testing
 
 void* operator new(std::size_t size) {
-    ++gAllocations;
     if (tCountdown > 0 && --tCountdown == 0) {
         tFailed = true;
         throw std::bad_alloc();

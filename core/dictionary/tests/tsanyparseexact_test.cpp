@@ -5,17 +5,14 @@
 #include <dictionary/tsanytyperegistry.h>
 #include <dictionary/tsdictionary.h>
 
-#include <gtest/gtest.h>
+#include "tstestsupport.h"
 
 #include <string>
 
 namespace {
 
 using namespace Tessel::Dictionary;
-
-const AnyType& typeOf(const char* label) {
-    return *AnyTypeRegistry::typeByLabel(TypeAtom(label));
-}
+using Testing::typeLabelled;
 
 TEST(ParseExact, TakesWholeValuesAndRefusesEverythingElse) {
     struct { const char* label; const char* text; const char* exact; } rows[] = {  // exact null: refused
@@ -40,12 +37,12 @@ TEST(ParseExact, TakesWholeValuesAndRefusesEverythingElse) {
     for (const auto& row : rows) {
         Any any(3.5);
         try {
-            any.parseExact(row.text, typeOf(row.label));
+            any.parseExact(row.text, typeLabelled(row.label));
             EXPECT_NE(row.exact, nullptr) << row.label << " took '" << row.text << "'";
-            EXPECT_EQ(any.type(), &typeOf(row.label));
+            EXPECT_EQ(any.type(), &typeLabelled(row.label));
             EXPECT_EQ(any.exactText(), row.exact ? row.exact : "") << row.label << " '" << row.text << "'";
             Any back;
-            back.parseExact(any.exactText(), typeOf(row.label));
+            back.parseExact(any.exactText(), typeLabelled(row.label));
             EXPECT_EQ(back.exactText(), any.exactText()) << "the exact text reads back";
         } catch (const AnyParseException& e) {
             EXPECT_EQ(row.exact, nullptr) << row.label << " refused '" << row.text << "': " << e.userMessage();
@@ -59,11 +56,11 @@ TEST(ParseExact, TakesWholeValuesAndRefusesEverythingElse) {
 TEST(ParseExact, WritesInPlaceOnlyIntoItsOwnType) {
     int variable = 3;
     Any bound = BindValue(variable);
-    bound.parseExact("17", typeOf("int32"));
-    EXPECT_THROW(bound.parseExact("x", typeOf("int32")), AnyParseException);
+    bound.parseExact("17", typeLabelled("int32"));
+    EXPECT_THROW(bound.parseExact("x", typeLabelled("int32")), AnyParseException);
     variable += 1;
     EXPECT_EQ(bound.as<int>(), 18) << "written through, and still bound after a refusal";
-    bound.parseExact("5", typeOf("int64"));
+    bound.parseExact("5", typeLabelled("int64"));
     EXPECT_EQ(bound.exactText() + "/" + std::to_string(variable), "5/18") << "another type detaches as parse does";
     EXPECT_THROW(Any().exactText(), AnyNullException);
     EXPECT_THROW(Any(Dictionary()).exactText(), Tessel::Base::NotImplemented);

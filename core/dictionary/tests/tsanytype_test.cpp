@@ -21,11 +21,7 @@ TypeAtom nameOf() {
 }
 
 TEST(AnyTypeRegistry, EveryLabelNamesItsHostType) {
-    struct Row {
-        const TypeAtom& label;
-        const char* text;
-        const std::type_info& host;
-    } const rows[] = {
+    struct Row { const TypeAtom& label; const char* text; const std::type_info& host; } const rows[] = {
         {gTypeLabelBool, "bool", typeid(bool)},           {gTypeLabelChar, "char", typeid(char)},
         {gTypeLabelInt8, "int8", typeid(signed char)},    {gTypeLabelUnsignedInt8, "uint8", typeid(unsigned char)},
         {gTypeLabelInt16, "int16", typeid(short)},        {gTypeLabelUnsignedInt16, "uint16", typeid(unsigned short)},
@@ -50,11 +46,8 @@ TEST(AnyTypeRegistry, EveryLabelNamesItsHostType) {
 
 TEST(AnyTypeRegistry, EveryBuiltinCastIsInBothIndexes) {
     const auto size = [](const AnyCastTable* table) { return table == nullptr ? -1 : static_cast<int>(table->size()); };
-    struct Row {
-        const char* host;
-        TypeAtom name;
-        int from, to; // the number of casts from and to the host type; -1: no table at all
-    } const rows[] = {
+    // from, to: the number of casts from and to the host type; -1: no table at all
+    struct Row { const char* host; TypeAtom name; int from, to; } const rows[] = {
         {"bool", nameOf<bool>(), 14, 15},          {"int", nameOf<int>(), 15, 15},
         {"long", nameOf<long>(), 14, 14},          {"TimeBase", nameOf<TimeBase>(), 5, 4},
         {"string", nameOf<std::string>(), -1, 1},  {"char*", nameOf<char*>(), 1, -1},

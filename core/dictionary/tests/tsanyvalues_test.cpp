@@ -6,7 +6,7 @@
 #include <dictionary/tsdictionary.h>
 #include <foundation/tstimebase.h>
 
-#include <gtest/gtest.h>
+#include "tstestsupport.h"
 
 #include <functional>
 #include <string>
@@ -17,29 +17,26 @@ namespace {
 
 using namespace Tessel::Dictionary;
 using Tessel::Base::TimeBase;
-
-std::string labelOf(const Any& any) {
-    return any.isEmpty() ? "empty" : any.type()->label().getString();
-}
+using Testing::show;
 
 TEST(AnyValues, ConstructionAndAssignmentFollowTheRuleOfAssignment) {
     int bound = 3;
     const std::function<void(Any&)> keep = [](Any&) {};
     struct { Any value; std::function<void(Any&)> assign; const char* result; const char* why; } rows[] = {
-        {Any(0), keep, "int32 0", "the literal 0 is an int32, not a null C string"},
-        {Any(nullptr), keep, "string ", "nullptr stays the designed null C string"},
-        {Any("lit"), [](Any& a) { a = std::string_view("view"); }, "string view", "text is a string"},
-        {Any(), [](Any& a) { a = 1920; }, "int32 1920", "an empty target takes T's type"},
-        {Any(7), [](Any& a) { a = 2048.7; }, "int32 2048", "a typed target converts"},
-        {Any(7LL), [](Any& a) { a = 5L; }, "int64 5", "an alias host type copies"},
-        {Any(BindValue(bound)), [](Any& a) { a = 9.5f; }, "int32 9", "a bound target writes through"},
-        {Any(TimeBase(TimeBase::k25)), [](Any& a) { a = 30; }, "timebase 30/1", "registered casts apply"},
-        {Any(7), [](Any& a) { EXPECT_THROW(a = std::string("x"), AnyCastException); }, "int32 7", "no cast"},
-        {Any(7), [](Any& a) { EXPECT_THROW(a = std::vector<int>{}, AnyUnknownTypeException); }, "int32 7", "unknown"},
+        {Any(0), keep, "int32:0", "the literal 0 is an int32, not a null C string"},
+        {Any(nullptr), keep, "string:", "nullptr stays the designed null C string"},
+        {Any("lit"), [](Any& a) { a = std::string_view("view"); }, "string:view", "text is a string"},
+        {Any(), [](Any& a) { a = 1920; }, "int32:1920", "an empty target takes T's type"},
+        {Any(7), [](Any& a) { a = 2048.7; }, "int32:2048", "a typed target converts"},
+        {Any(7LL), [](Any& a) { a = 5L; }, "int64:5", "an alias host type copies"},
+        {Any(BindValue(bound)), [](Any& a) { a = 9.5f; }, "int32:9", "a bound target writes through"},
+        {Any(TimeBase(TimeBase::k25)), [](Any& a) { a = 30; }, "timebase:30/1", "registered casts apply"},
+        {Any(7), [](Any& a) { EXPECT_THROW(a = std::string("x"), AnyCastException); }, "int32:7", "no cast"},
+        {Any(7), [](Any& a) { EXPECT_THROW(a = std::vector<int>{}, AnyUnknownTypeException); }, "int32:7", "unknown"},
     };
     for (auto& row : rows) {
         row.assign(row.value);
-        EXPECT_EQ(labelOf(row.value) + " " + row.value.exactText(), row.result) << row.why;
+        EXPECT_EQ(show(row.value), row.result) << row.why;
     }
     EXPECT_EQ(bound, 9);
     EXPECT_THROW(Any(std::vector<int>{}), AnyUnknownTypeException);
@@ -47,8 +44,8 @@ TEST(AnyValues, ConstructionAndAssignmentFollowTheRuleOfAssignment) {
     d["count"] = 0;
     d["w"] = 1920;
     const std::vector<Any> mixed{1, 2.5, "x"};
-    EXPECT_EQ(labelOf(d["count"]) + d["w"].exactText() + labelOf(mixed[0]) + labelOf(mixed[1]) + labelOf(mixed[2]),
-              "int321920int32doublestring");
+    EXPECT_EQ(show(d["count"]) + show(d["w"]) + show(mixed[0]) + show(mixed[1]) + show(mixed[2]),
+              "int32:0int32:1920int32:1double:2.5string:x");
 }
 
 TEST(AnyValues, MovesTransferStorageAndKeepBindings) {
@@ -68,7 +65,7 @@ TEST(AnyValues, MovesTransferStorageAndKeepBindings) {
     Any& alias = typed;
     typed = std::move(source);
     typed = std::move(alias);
-    EXPECT_EQ(labelOf(typed) + labelOf(source) + typed.exactText(), "doubleint327") << "into a typed target: a copy";
+    EXPECT_EQ(show(typed) + show(source), "double:7int32:7") << "into a typed target: a copy";
 
     std::vector<Any> grown{Any(Dictionary{{"k", 1}})};
     const Dictionary* nested = &grown[0].dict();

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tstestsupport.h"
+
 #include <cstdlib>
 
 #include <cmath>
@@ -24,12 +26,8 @@ using Vec = std::vector<Any>;
 using S = std::string;
 
 template <class T>
-Any of(const T& value) { Any any; any.set(value); return any; }
-Any dict(std::initializer_list<std::pair<const char*, Any>> entries) {
-    Any any = of(Dictionary());
-    for (const auto& [key, value] : entries) any[key] = value;
-    return any;
-}
+Any of(const T& value) { return Testing::holding(value); }
+Any dict(std::initializer_list<std::pair<const char*, Any>> entries) { return of(Testing::dictOf(entries)); }
 const float kNaNf = std::numeric_limits<float>::quiet_NaN();
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
@@ -116,13 +114,6 @@ TEST(CanonicalSignature, SignsAMillionLevelsWithoutRecursion) {
         expected.update("\x0f\x01", 2);
     }
     EXPECT_EQ(canonicalSignature(root), expected.update("\0", 1).digest());
-    Vec level; // taken apart level by level: destroying it whole would recurse
-    level.swap(root.vec());
-    while (!level.empty() && !level[0].isEmpty()) {
-        Vec inner;
-        inner.swap(level[0].vec());
-        level.swap(inner);
-    }
 }
 
 TEST(AssignExact, StoresExactlyOrRefusesAndKeepsTheTarget) {
@@ -144,7 +135,6 @@ TEST(AssignExact, StoresExactlyOrRefusesAndKeepsTheTarget) {
         {of(0.0), of(kNaNf), nullptr, of(kNaN), "NaN counts as NaN"},
         {of(TimeBase()), of(12.5), nullptr, of(TimeBase(1250U, 100U)), "12.5 is 1250/100"},
         {of(0), of(TimeBase(50U, 2U)), nullptr, of(25), "50/2 is 25"},
-        {of(0.0), of(TimeBase(1U, 2U)), nullptr, of(0.5), "1/2 is 0.5"},
         {of(TimeBase(1U, 1U)), of(TimeBase(50U, 2U)), nullptr, of(TimeBase(50U, 2U)), "same type: the fraction"},
         {Any(), of(2.5), nullptr, of(2.5), "an empty target takes a copy"},
         {of(0.0), of(Gauge{3}), nullptr, of(3.0), "a host cast said exact"},

@@ -3,7 +3,7 @@
 #include <dictionary/tsany.h>
 #include <dictionary/tstypelabels.h>
 
-#include <gtest/gtest.h>
+#include "tstestsupport.h"
 
 #include <cstdint>
 
@@ -13,12 +13,9 @@ using namespace Tessel::Dictionary;
 
 TEST(FreshProcess, LabelsAreInternedAtLoadAndSharedWithTheHost) {
     // The library interned the sixteen labels during its static initialisation, in table order.
-    const TypeAtom* labels[] = {&gTypeLabelBool,  &gTypeLabelChar,   &gTypeLabelInt8,         &gTypeLabelUnsignedInt8,
-                                &gTypeLabelInt16, &gTypeLabelUnsignedInt16, &gTypeLabelInt32, &gTypeLabelUnsignedInt32,
-                                &gTypeLabelInt64, &gTypeLabelUnsignedInt64, &gTypeLabelFloat, &gTypeLabelDouble,
-                                &gTypeLabelString, &gTypeLabelDictionary, &gTypeLabelVector, &gTypeLabelTimeBase};
-    for (std::uint32_t i = 0; i < 16; ++i) {
-        EXPECT_EQ(labels[i]->getIndex(), i + 1) << labels[i]->getString();
+    std::uint32_t index = 0;
+    for (const TypeAtom* label : Testing::kBuiltinLabels) {
+        EXPECT_EQ(label->getIndex(), ++index) << label->getString();
     }
     // An atom made here, in the host executable, shares the library's numbering, which the first use
     // of the registry then continues without renumbering anything.

@@ -40,6 +40,13 @@ inline Dictionary dictOf(std::initializer_list<std::pair<const char*, Any>> entr
     return dictionary;
 }
 
+// The sixteen built-in labels in the order the library interns them when it loads.
+inline const TypeAtom* const kBuiltinLabels[] = {
+    &gTypeLabelBool,  &gTypeLabelChar,          &gTypeLabelInt8,   &gTypeLabelUnsignedInt8,  &gTypeLabelInt16,
+    &gTypeLabelUnsignedInt16, &gTypeLabelInt32, &gTypeLabelUnsignedInt32, &gTypeLabelInt64, &gTypeLabelUnsignedInt64,
+    &gTypeLabelFloat, &gTypeLabelDouble,        &gTypeLabelString, &gTypeLabelDictionary,    &gTypeLabelVector,
+    &gTypeLabelTimeBase};
+
 inline const AnyType& typeLabelled(const char* label) {
     if (const AnyType* type = AnyTypeRegistry::typeByLabel(TypeAtom(label))) {
         return *type;
