@@ -2,10 +2,12 @@
 // Input: a flags byte, the index of the leaf to change, then the bytes of a random tree, which is
 // built twice, once with that leaf changed: the signatures differ exactly when the change alters
 // content (a NaN swapped for another NaN does not). With flags 'F' two child processes also build
-// it, one interning its new keys forwards and one backwards: their signatures must agree.
+// it, one interning its new keys forwards and one backwards: their signatures must agree. The tree
+// also goes through the typed JSON form and must come back with the same signature.
 
 #include <dictionary/tscanonicalsignature.h>
 #include <dictionary/tsdictionary.h>
+#include <dictionary/tsjson.h>
 #include <foundation/tstimebase.h>
 
 #include <sys/wait.h>
@@ -67,8 +69,15 @@ struct Tree {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Tree plain{data, size, -1, "k."};
     Tree changed{data, size, size > 1 ? data[1] : -1, "k."};
-    const bool same = canonicalSignature(plain.build(0)) == canonicalSignature(changed.build(0));
-    if (same == changed.changed) std::abort();
+    const Any value = plain.build(0);
+    const Tessel::Base::SkeinHash::Digest signature = canonicalSignature(value);
+    if ((signature == canonicalSignature(changed.build(0))) == changed.changed) std::abort();
+    try { // the typed JSON form keeps the content, or refuses a string that is not UTF-8
+        if (canonicalSignature(fromJson(toJson(value))) != signature) std::abort();
+    } catch (const JsonException& e) {
+        const std::string* reason = e.getValue<std::string>("Reason");
+        if (reason == nullptr || reason->find("UTF-8") == std::string::npos) std::abort();
+    }
     Tessel::Base::SkeinHash::Digest inChild[2];
     for (int backwards = 0; size > 1 && data[0] == 'F' && backwards < 2; ++backwards) {
         int ends[2];
