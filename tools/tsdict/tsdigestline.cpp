@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <cstddef>
+#include <sstream>
 
 namespace Tessel::Tools {
 
@@ -50,6 +51,12 @@ std::optional<std::string> unescaped(const std::string& text) {
 
 std::string shownName(const std::string& name) {
     return needsEscape(name) ? "\\" + escaped(name) : name;
+}
+
+std::string hexOf(const Base::SkeinHash::Digest& digest) {
+    std::ostringstream text;
+    text << digest;
+    return text.str();
 }
 
 std::string digestLine(const std::string& hex, const std::string& name) {

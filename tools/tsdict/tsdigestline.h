@@ -5,6 +5,8 @@
 // is written escaped ("\\", "\n", "\r") on a line that starts with "\", so every name fits on
 // one line and reads back exactly.
 
+#include <foundation/tsskeinhash.h>
+
 #include <optional>
 #include <string>
 
@@ -18,6 +20,9 @@ struct DigestLine {
 
 /// `name` as a line shows it: escaped, with a leading "\", when it needs escaping.
 std::string shownName(const std::string& name);
+
+/// `digest` as 64 lower-case hex digits.
+std::string hexOf(const Base::SkeinHash::Digest& digest);
 
 /// The line of a digest (64 hex digits) and a file name.
 std::string digestLine(const std::string& hex, const std::string& name);

@@ -13,7 +13,6 @@
 #include <dictionary/tstypelabels.h>
 
 #include <iostream>
-#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -145,9 +144,8 @@ int runJsonSign(const std::vector<std::string>& args) {
     int status = kExitSuccess;
     for (const std::string& document : documents) {
         try {
-            std::ostringstream hex;
-            hex << Dictionary::canonicalSignature(readDocument(document));
-            std::cout << digestLine(hex.str(), document) << '\n';
+            const std::string hex = hexOf(Dictionary::canonicalSignature(readDocument(document)));
+            std::cout << digestLine(hex, document) << '\n';
         } catch (const BadInput& e) { // the other documents are still signed
             reportError("json sign", e.what());
             status = kExitBadInput;

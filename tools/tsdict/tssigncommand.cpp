@@ -10,7 +10,6 @@
 #include <foundation/tsskeinhash.h>
 
 #include <iostream>
-#include <sstream>
 #include <vector>
 
 namespace Tessel::Tools {
@@ -32,12 +31,6 @@ const Usage kUsage = {
     "With --check, reads such lines from each LIST (standard input for none or \"-\") and\n"
     "prints \"<name>: OK\" or \"<name>: FAILED\" for each file they name; exit status 1 if any\n"
     "failed, 2 if a line or file could not be read."};
-
-std::string hexOf(const Digest& digest) {
-    std::ostringstream text;
-    text << digest;
-    return text.str();
-}
 
 Digest digestOf(const std::string& name) {
     InputFile input(name, InputFile::Mode::kPieces);
